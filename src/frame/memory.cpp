@@ -1,0 +1,30 @@
+#include "frame/memory.hpp"
+
+namespace {
+
+template <class T>
+T* vectorMalloc(int len)
+{
+    if (len < 1) return nullptr;
+    const std::uint32_t bytes = static_cast<std::uint32_t>(len) * sizeof(T);  // 32-bit, as for images
+    return static_cast<T*>(ovkMalloc(static_cast<int>(bytes)));
+}
+
+}  // namespace
+
+#define OVK_VECTOR_MALLOC(code, T) \
+    extern "C" T* ovksMalloc_##code(int len) { return vectorMalloc<T>(len); }
+
+OVK_VECTOR_MALLOC(8u, Ovk8u)
+OVK_VECTOR_MALLOC(8s, Ovk8s)
+OVK_VECTOR_MALLOC(16u, Ovk16u)
+OVK_VECTOR_MALLOC(16s, Ovk16s)
+OVK_VECTOR_MALLOC(16sc, Ovk16sc)
+OVK_VECTOR_MALLOC(32u, Ovk32u)
+OVK_VECTOR_MALLOC(32s, Ovk32s)
+OVK_VECTOR_MALLOC(32sc, Ovk32sc)
+OVK_VECTOR_MALLOC(32f, Ovk32f)
+OVK_VECTOR_MALLOC(32fc, Ovk32fc)
+OVK_VECTOR_MALLOC(64f, Ovk64f)
+
+extern "C" void ovksFree(void* ptr) { ovkFree(ptr); }

@@ -1,0 +1,43 @@
+// The scale-factor rule for integer results: multiply the exact result by
+// 2^-scaleFactor, round ties to even, saturate to the destination type.
+// Every family that rescales integer results by a power of two uses these.
+#pragma once
+
+#include "frame/types.hpp"
+
+namespace ovk {
+
+// v / 2^sf rounded half to even, for sf >= 1, with an arithmetic shift so that
+// negative ties also go to the even neighbour (-1.5 -> -2, -0.5 -> 0).
+constexpr i64 shiftRoundHalfEven(i64 v, int sf)
+{
+    if (sf >= 63) return 0;  // |v| < 2^62 in every caller: the quotient rounds to 0
+    return (v + (i64(1) << (sf - 1)) - 1 + ((v >> sf) & 1)) >> sf;
+}
+
+// v * 2^-sf for any sf, rounded and saturated to T.
+template <class T>
+constexpr T scaleResult(i64 v, int sf)
+{
+    if (sf == 0) return saturate<T>(v);
+    if (sf > 0) return saturate<T>(shiftRoundHalfEven(v, sf));
+    // Left shift: any non-zero value that leaves T saturates to the bound of its sign.
+    if (v == 0) return T(0);
+    const int k = -sf;
+    constexpr i64 limit = i64(1) << 40;  // larger than any T's range, small enough to shift safely
+    if (k >= 40 || v >= limit || v <= -limit) return saturate<T>(v > 0 ? limit : -limit);
+    return saturate<T>(v * (i64(1) << k));
+}
+
+// 2^-sf as a float, formed by repeated doubling or halving of 1 (exact).
+inline float scaleFloat(int sf)
+{
+    if (sf > 160) return 0.0f;  // beyond these bounds the result is 0 or infinity anyway
+    if (sf < -160) return 1.0f / 0.0f;
+    float s = 1.0f;
+    for (int i = 0; i < sf; ++i) s *= 0.5f;
+    for (int i = 0; i > sf; --i) s *= 2.0f;
+    return s;
+}
+
+}  // namespace ovk
