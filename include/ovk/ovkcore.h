@@ -4,7 +4,7 @@
 #ifndef OVK_OVKCORE_H
 #define OVK_OVKCORE_H
 
-#include "ovkdefs.h"
+#include <ovk/ovkdefs.h>
 
 #if defined(__GNUC__)
 #  define OVK_CORE_API __attribute__((visibility("default")))

@@ -7,17 +7,17 @@
 #ifndef OVK_OVKIMX_H
 #define OVK_OVKIMX_H
 
-#include "ovkdefs.h"
-#include "ovkcore.h"
+#include <ovk/ovkdefs.h>
+#include <ovk/ovkcore.h>
 
-#include "ovki_frame.h"
-#include "ovki_arith.h"
-#include "ovki_exchange.h"
-#include "ovki_threshold.h"
-#include "ovki_stats.h"
-#include "ovki_filter.h"
-#include "ovki_geometry.h"
-#include "ovki_proximity.h"
-#include "ovki_transform.h"
+#include <ovk/ovki_frame.h>
+#include <ovk/ovki_arith.h>
+#include <ovk/ovki_exchange.h>
+#include <ovk/ovki_threshold.h>
+#include <ovk/ovki_stats.h>
+#include <ovk/ovki_filter.h>
+#include <ovk/ovki_geometry.h>
+#include <ovk/ovki_proximity.h>
+#include <ovk/ovki_transform.h>
 
 #endif /* OVK_OVKIMX_H */

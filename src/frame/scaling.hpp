@@ -25,7 +25,7 @@ constexpr T scaleResult(i64 v, int sf)
     if (v == 0) return T(0);
     const int k = -sf;
     constexpr i64 limit = i64(1) << 40;  // larger than any T's range, small enough to shift safely
-    if (k >= 40 || v >= limit || v <= -limit) return saturate<T>(v > 0 ? limit : -limit);
+    if (k >= 40 || v >= (limit >> k) || v <= -(limit >> k)) return saturate<T>(v > 0 ? limit : -limit);
     return saturate<T>(v * (i64(1) << k));
 }
 
