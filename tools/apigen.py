@@ -23,7 +23,8 @@ Registry syntax (one statement per line, '#' starts a comment):
   ovkiAdd_8u_C1RSfs  Name<Ovk8u,Ovk16s>  impl::expression<Ovk8u, C1>
 
 The implementation expression is looked up in namespace ovk and called with
-the function's arguments unchanged.
+the function's arguments unchanged. Shapes are shared by all registry files;
+the common ones live in src/frame/shapes.api.
 """
 
 import argparse
@@ -94,9 +95,12 @@ def parse_shape(rest, where):
     return Shape(name, split_template_args(ph), ret.strip(), plist)
 
 
-def parse_file(path, root):
+def parse_file(path, root, shapes):
+    """Reads one registry file. Shapes are shared by all files: they go into
+    `shapes`; functions are returned unbound, to be bound once every shape is
+    known."""
     unit = os.path.splitext(os.path.relpath(path, root))[0].replace(os.sep, "_")
-    subsystem, includes, shapes, functions, docs = None, [], {}, [], []
+    subsystem, includes, pending, docs = None, [], [], []
     with open(path, encoding="utf-8") as f:
         for lineno, raw in enumerate(f, 1):
             where = f"{path}:{lineno}"
@@ -124,18 +128,31 @@ def parse_file(path, root):
                 m = re.match(r"^(\S+)\s+([A-Za-z_][A-Za-z0-9_]*)(?:<([^>]*)>)?\s+(.+)$", line)
                 if not m:
                     raise RegistryError(f"{where}: cannot read '{line}'")
-                name, shape_name, targs, impl = m.group(1), m.group(2), m.group(3) or "", m.group(4).strip()
+                name = m.group(1)
                 if not NAME_RE.match(name):
                     raise RegistryError(f"{where}: '{name}' is not an exported ovki name")
                 if subsystem is None:
                     raise RegistryError(f"{where}: function before any 'subsystem' line")
-                if shape_name not in shapes:
-                    raise RegistryError(f"{where}: unknown shape '{shape_name}'")
-                ret, params = shapes[shape_name].bind(split_template_args(targs), where)
-                fn = Function(name, ret, params, impl, unit, subsystem, where)
-                functions.append(fn)
-                docs.append(("fn", fn))
-    return unit, includes, functions, docs
+                entry = [name, m.group(2), m.group(3) or "", m.group(4).strip(), subsystem, where]
+                pending.append(entry)
+                docs.append(("fn", entry))
+    return unit, includes, pending, docs
+
+
+def bind_all(parsed, shapes):
+    """Turns the unbound function lines of every file into Functions."""
+    result = []
+    for unit, includes, pending, docs in parsed:
+        bound = {}
+        for name, shape_name, targs, impl, subsystem, where in pending:
+            if shape_name not in shapes:
+                raise RegistryError(f"{where}: unknown shape '{shape_name}'")
+            ret, params = shapes[shape_name].bind(split_template_args(targs), where)
+            bound[where] = Function(name, ret, params, impl, unit, subsystem, where)
+        fns = [bound[e[5]] for e in pending]
+        bdocs = [("fn", bound[item[5]]) if kind == "fn" else (kind, item) for kind, item in docs]
+        result.append((unit, includes, fns, bdocs))
+    return result
 
 
 def write_if_changed(path, text):
@@ -180,11 +197,13 @@ def unit_text(includes, functions):
     for inc in includes:
         out.append(f'#include "{inc}"')
     out.append("")
+    out.append("namespace ovk {")
     for fn in functions:
-        call = f"ovk::{fn.impl}({fn.arg_names()})"
+        call = f"{fn.impl}({fn.arg_names()})"
         body = f"return {call};" if fn.ret != "void" else f"{call};"
         out.append(f'extern "C" __attribute__((visibility("hidden"))) {fn.ret} mx_{fn.name}({fn.param_list()})')
         out.append(f"{{\n    {body}\n}}")
+    out.append("}  // namespace ovk")
     out.append("")
     return "\n".join(out)
 
@@ -232,7 +251,8 @@ def main():
     args = ap.parse_args()
 
     try:
-        parsed = [parse_file(p, args.root) for p in sorted(args.registries)]
+        shapes = {}
+        parsed = bind_all([parse_file(p, args.root, shapes) for p in sorted(args.registries)], shapes)
     except RegistryError as e:
         sys.exit(f"apigen: {e}")
     if args.list_units:

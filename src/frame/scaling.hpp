@@ -33,10 +33,21 @@ constexpr T scaleResult(i64 v, int sf)
 inline float scaleFloat(int sf)
 {
     if (sf > 160) return 0.0f;  // beyond these bounds the result is 0 or infinity anyway
-    if (sf < -160) return 1.0f / 0.0f;
+    if (sf < -160) return std::numeric_limits<float>::infinity();
     float s = 1.0f;
     for (int i = 0; i < sf; ++i) s *= 0.5f;
     for (int i = 0; i > sf; --i) s *= 2.0f;
+    return s;
+}
+
+// 2^-sf as a double, formed the same way.
+inline double scaleDouble(int sf)
+{
+    if (sf > 1100) return 0.0;
+    if (sf < -1100) return std::numeric_limits<double>::infinity();
+    double s = 1.0;
+    for (int i = 0; i < sf; ++i) s *= 0.5;
+    for (int i = 0; i > sf; --i) s *= 2.0;
     return s;
 }
 

@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the build, the tests and the tools need.
+# With --bench, also what the benchmarks need (Google Benchmark, OpenCV).
+set -euo pipefail
+packages=(build-essential cmake ninja-build python3 pkg-config libgtest-dev libpng-dev binutils)
+if [[ "${1:-}" == "--bench" ]]; then
+  packages+=(libbenchmark-dev libopencv-dev)
+fi
+sudo=""
+if [[ "$(id -u)" -ne 0 ]]; then sudo="sudo"; fi
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if [[ ${#missing[@]} -gt 0 ]]; then
+  export DEBIAN_FRONTEND=noninteractive
+  $sudo apt-get update -qq
+  $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi
