@@ -64,6 +64,8 @@ typedef enum {
     ovkStatusQuadNoIntersection   =   30, /* mapped quadrangle misses the destination ROI */
     ovkStatusNoIntersection       =   29, /* source ROI outside the source image */
     ovkStatusNotParallelogram     =   28, /* affine vertices are not a parallelogram */
+    ovkStatusLnNegArg             =    8, /* logarithm of a negative (or NaN) element */
+    ovkStatusLnZeroArg            =    7, /* logarithm of a zero element */
     ovkStatusDivByZero            =    6, /* an element-wise division by zero occurred */
     ovkStatusSqrtNegArg           =    3, /* square root of a negative element */
     ovkStatusNoOperation          =    1, /* nothing to do */
