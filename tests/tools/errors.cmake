@@ -1,0 +1,45 @@
+# Failures exit non-zero with a message that names the problem.
+include(${CMAKE_CURRENT_LIST_DIR}/ovkimg_run.cmake)
+
+# Input files
+ovkimg_expect_failure("convert: cannot open 'missing.png': No such file or directory" convert missing.png)
+file(WRITE "${WORK_DIR}/notes.txt" "not an image\n")
+ovkimg_expect_failure("'notes.txt': unsupported or unrecognised format" convert notes.txt)
+file(WRITE "${WORK_DIR}/empty.png" "")
+ovkimg_expect_failure("'empty.png': empty file" convert empty.png)
+file(WRITE "${WORK_DIR}/plain.pgm" "P2\n2 1\n255\n0 255\n")
+ovkimg_expect_failure("'plain.pgm': unsupported format plain-text PGM/PPM" convert plain.pgm)
+file(WRITE "${WORK_DIR}/alpha.pam" "P7\nWIDTH 1\n")
+ovkimg_expect_failure("'alpha.pam': unsupported format PAM" convert alpha.pam)
+file(WRITE "${WORK_DIR}/short.pgm" "P5\n4 4\n255\nabcd")
+ovkimg_expect_failure("'short.pgm': truncated PNM pixel data" convert short.pgm)
+file(WRITE "${WORK_DIR}/header.pgm" "P5\n4 x\n255\n")
+ovkimg_expect_failure("'header.pgm': corrupt PNM header" convert header.pgm)
+file(WRITE "${WORK_DIR}/maxval.ppm" "P6\n1 1\n70000\nabcdef")
+ovkimg_expect_failure("'maxval.ppm': corrupt PNM header: maxval 70000" convert maxval.ppm)
+
+# Output files: nothing is written when the format is wrong.
+ovkimg_expect_failure("'out.jpg': unsupported output format '.jpg' \\(use .png, .pgm, .ppm or .pnm\\)"
+  convert -o out.jpg)
+ovkimg_expect_failure("'out': no file extension" convert -o out)
+ovkimg_expect_failure("'out.ppm': PPM holds 3 channels, the image has 4" convert --channels 4 -o out.ppm)
+ovkimg_expect_failure("'out.pgm': PGM holds 1 channel, the image has 3" convert -o out.pgm)
+ovkimg_expect_failure("'out.pnm': PNM holds 1 or 3 channels, the image has 4" convert --channels 4 -o out.pnm)
+foreach(file out.jpg out out.ppm out.pgm out.pnm)
+  if(EXISTS "${WORK_DIR}/${file}")
+    message(FATAL_ERROR "${file} was written by a failed command")
+  endif()
+endforeach()
+
+# Command line
+ovkimg_expect_failure("unknown operation 'frobnicate'" frobnicate)
+ovkimg_expect_failure("convert: unknown option '--bogus'" convert --bogus 1)
+ovkimg_expect_failure("convert: unknown option '-x'" convert -x)
+ovkimg_expect_failure("convert: --depth needs a value" convert --depth)
+ovkimg_expect_failure("convert: --depth must be 8 or 16" convert --depth 12)
+ovkimg_expect_failure("convert: --channels: 'three' is not a whole number" convert --channels three)
+ovkimg_expect_failure("convert: takes at most 1 input file, got 2" convert a.png b.png)
+ovkimg_expect_failure("compare: needs 2 input files, got 1" compare a.png)
+ovkimg_expect_failure("info: takes no input files" info a.png)
+ovkimg_expect_failure("info: writes no image: -o is not accepted" info -o a.png)
+ovkimg_expect_failure("usage: ovkimg <operation>")
