@@ -1,0 +1,55 @@
+// ovkimg: the operations the tool offers.
+//
+// Each operation is one entry of the table in operations.cpp. To add one:
+//   1. write its run function: it gets the parsed options and the input
+//      images, calls the library and returns the output image together with
+//      the library's status (or just the status when the call failed);
+//   2. add an entry {name, help, operands, options, inputs, output, run}.
+// The tool does the rest: parsing and checking the options, reading the
+// inputs (or making the test image), reporting the status, writing the
+// output, and the help.
+#pragma once
+
+#include "image.hpp"
+#include "options.hpp"
+
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace ovkimg {
+
+// What a run function gives back.
+struct Result {
+    OvkStatus status = ovkStatusOk;  // the library's status: < 0 error, > 0 warning
+    std::optional<Image> image;      // the image to write, for operations that make one
+
+    Result() = default;
+    Result(OvkStatus s) : status(s) {}
+    Result(Image output, OvkStatus s = ovkStatusOk) : status(s), image(std::move(output)) {}
+};
+
+// Run functions throw std::runtime_error for failures of their own (e.g.
+// images of the wrong type) and UsageError for bad option values.
+using RunFunction = Result (*)(const Options& options, std::span<Image> inputs);
+
+struct Operation {
+    const char* name;
+    const char* help;      // one line for the listing
+    const char* operands = "";  // the positional part of the usage, e.g. "[input]" or "image1 image2"
+    std::vector<OptionSpec> options = {};
+    int minInputs = 0;         // input files the operation needs ...
+    int maxInputs = 0;         // ... and accepts
+    bool testImage = false;    // without input files, each needed input is the built-in test image
+    bool writesImage = false;  // takes -o and writes the image it returns
+    RunFunction run = nullptr;
+};
+
+// Every operation, in the order of the help listing.
+std::span<const Operation> operations();
+
+// The operation called `name`; null when there is none.
+const Operation* findOperation(std::string_view name);
+
+}  // namespace ovkimg
