@@ -266,6 +266,10 @@ typedef enum {
     ovkAlphaPlusPremul  = 11
 } OvkiAlphaType;
 
+/* Hints of CopyManaged (the result is that of Copy whatever the hint). */
+#define OVK_COPY_TEMPORAL    0 /* the destination will be read again soon */
+#define OVK_COPY_NONTEMPORAL 1 /* the destination will not be read again soon */
+
 /* Normalisation flags of the Fourier transforms. */
 #define OVK_FFT_DIV_FWD_BY_N 1 /* forward divided by N, inverse not scaled */
 #define OVK_FFT_DIV_INV_BY_N 2 /* inverse divided by N, forward not scaled */

@@ -15,15 +15,15 @@ void fillRows(Image<T> dst, OvkiSize roi, const T* values)
 {
     const int n = roi.width * L::stored;
     if constexpr (!L::keepsAlpha) {
-        bool allSame = true;
-        for (int c = 1; c < L::stored; ++c) allSame = allSame && std::memcmp(&values[c], &values[0], sizeof(T)) == 0;
+        // A chunk of the repeated pixel value, a multiple of 1, 2, 3 and 4
+        // channels, copied along each row in blocks.
+        constexpr int kChunk = 192;
+        T pattern[kChunk];
+        for (int i = 0; i < kChunk; ++i) pattern[i] = values[i % L::stored];
         forEachRow(roi, [&](T* d) {
-            if (allSame) {
-                for (int i = 0; i < n; ++i) d[i] = values[0];
-            } else {
-                for (int i = 0; i < n; i += L::stored)
-                    for (int c = 0; c < L::stored; ++c) d[i + c] = values[c];
-            }
+            int x = 0;
+            for (; x + kChunk <= n; x += kChunk) std::memcpy(d + x, pattern, sizeof(pattern));
+            std::memcpy(d + x, pattern, sizeof(T) * (n - x));
         }, dst);
     } else {
         forEachRow(roi, [&](T* d) {

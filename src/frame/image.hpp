@@ -22,6 +22,13 @@ public:
     }
     T* at(int x, int y, int channels = 1) const { return row(y) + static_cast<std::int64_t>(x) * channels; }
     T* data() const { return first_; }
+
+    // A writable image is also a readable one.
+    operator Image<const T>() const
+        requires(!std::is_const_v<T>)
+    {
+        return Image<const T>(first_, step_);
+    }
     int step() const { return step_; }
 
 private:

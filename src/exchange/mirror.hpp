@@ -1,0 +1,131 @@
+// Mirror about the horizontal axis (rows reversed), the vertical axis (pixels
+// of each row reversed, channels keeping their order), both, or a diagonal
+// (out of place only; the destination is the source's size transposed).
+//
+// Checks: pointers; steps, for the diagonals only; size; the axis; a single
+// row about the horizontal axis or a single column about the vertical one
+// (mirroring it is refused on purpose rather than treated as a no-op); for the
+// diagonals, source and destination regions that overlap in memory.
+#pragma once
+
+#include <algorithm>
+
+#include "exchange/transpose.hpp"
+#include "frame/layout.hpp"
+
+namespace ovk::exchange {
+
+template <class L, class T>
+void copyPixel(const T* s, T* d)
+{
+    for (int c = 0; c < L::processed; ++c) d[c] = s[c];
+}
+
+template <class L, class T>
+void swapPixel(T* a, T* b)
+{
+    for (int c = 0; c < L::processed; ++c) std::swap(a[c], b[c]);
+}
+
+constexpr OvkStatus mirrorAxisSize(OvkiAxis flip, OvkiSize roi)
+{
+    if ((flip == ovkAxsHorizontal || flip == ovkAxsBoth) && roi.height < 2) return ovkStatusSizeError;
+    if ((flip == ovkAxsVertical || flip == ovkAxsBoth) && roi.width < 2) return ovkStatusSizeError;
+    return ovkStatusOk;
+}
+
+template <class T, class L>
+OvkStatus mirrorInPlace(T* pSrcDst, int srcDstStep, OvkiSize roiSize, OvkiAxis flip)
+{
+    OVK_CHECK(check::pointers(pSrcDst));
+    OVK_CHECK(check::size(roiSize));
+    OVK_CHECK(check::require(flip == ovkAxsHorizontal || flip == ovkAxsVertical || flip == ovkAxsBoth,
+                             ovkStatusMirrorFlipError));
+    OVK_CHECK(mirrorAxisSize(flip, roiSize));
+    const Image<T> img(pSrcDst, srcDstStep);
+    const int w = roiSize.width, h = roiSize.height;
+    constexpr int S = L::stored;
+    if (flip == ovkAxsHorizontal) {
+        for (int y = 0; y < h / 2; ++y) {
+            T* a = img.row(y);
+            T* b = img.row(h - 1 - y);
+            for (int x = 0; x < w; ++x) swapPixel<L>(a + x * S, b + x * S);
+        }
+    } else if (flip == ovkAxsVertical) {
+        for (int y = 0; y < h; ++y) {
+            T* r = img.row(y);
+            for (int x = 0; x < w / 2; ++x) swapPixel<L>(r + x * S, r + (w - 1 - x) * S);
+        }
+    } else {  // both: a rotation by 180 degrees, pixel (x, y) with (w-1-x, h-1-y)
+        for (int y = 0; y < (h + 1) / 2; ++y) {
+            T* a = img.row(y);
+            T* b = img.row(h - 1 - y);
+            const int xEnd = (y == h - 1 - y) ? w / 2 : w;  // the middle row swaps its halves only
+            for (int x = 0; x < xEnd; ++x) swapPixel<L>(a + x * S, b + (w - 1 - x) * S);
+        }
+    }
+    return ovkStatusOk;
+}
+
+// True when the byte ranges the two regions span intersect.
+inline bool regionsOverlap(const void* a, int aStep, OvkiSize aSize, int aPixelBytes, const void* b, int bStep,
+                           OvkiSize bSize, int bPixelBytes)
+{
+    const auto lo = [](const void* p) { return reinterpret_cast<std::uintptr_t>(p); };
+    const auto end = [&](const void* p, int step, OvkiSize s, int px) {
+        return lo(p) + std::uintptr_t(std::int64_t(s.height - 1) * step + std::int64_t(s.width) * px);
+    };
+    return lo(a) < end(b, bStep, bSize, bPixelBytes) && lo(b) < end(a, aStep, aSize, aPixelBytes);
+}
+
+template <class T, class L>
+OvkStatus mirror(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiSize roiSize, OvkiAxis flip)
+{
+    if (pSrc == pDst && srcStep == dstStep && pSrc != nullptr) return mirrorInPlace<T, L>(pDst, dstStep, roiSize, flip);
+    const bool diagonal = flip == ovkAxs45 || flip == ovkAxs135;
+    OVK_CHECK(check::pointers(pSrc, pDst));
+    if (diagonal) OVK_CHECK(check::steps(srcStep, dstStep));
+    OVK_CHECK(check::size(roiSize));
+    OVK_CHECK(check::require(flip >= ovkAxsHorizontal && flip <= ovkAxs135, ovkStatusMirrorFlipError));
+    OVK_CHECK(mirrorAxisSize(flip, roiSize));
+    constexpr int S = L::stored;
+    const int w = roiSize.width, h = roiSize.height;
+    if (diagonal) {
+        const OvkiSize dstSize{h, w};
+        OVK_CHECK(check::require(!regionsOverlap(pSrc, srcStep, roiSize, S * sizeof(T), pDst, dstStep, dstSize, S * sizeof(T)),
+                                 ovkStatusModeNotSupported));
+    }
+    const Image<const T> src(pSrc, srcStep);
+    const Image<T> dst(pDst, dstStep);
+    switch (flip) {
+    case ovkAxsHorizontal:
+        for (int y = 0; y < h; ++y) {
+            const T* s = src.row(y);
+            T* d = dst.row(h - 1 - y);
+            if constexpr (L::keepsAlpha)
+                for (int x = 0; x < w; ++x) copyPixel<L>(s + x * S, d + x * S);
+            else
+                std::memcpy(d, s, sizeof(T) * S * w);
+        }
+        break;
+    case ovkAxsVertical:
+    case ovkAxsBoth:
+        for (int y = 0; y < h; ++y) {
+            const T* s = src.row(y);
+            T* d = dst.row(flip == ovkAxsBoth ? h - 1 - y : y);
+            for (int x = 0; x < w; ++x) copyPixel<L>(s + x * S, d + (w - 1 - x) * S);
+        }
+        break;
+    case ovkAxs45:
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) copyPixel<L>(src.row(y) + x * S, dst.row(x) + y * S);
+        break;
+    default:  // ovkAxs135: dst(w-1-c, h-1-r) = src(r, c)
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) copyPixel<L>(src.row(y) + x * S, dst.row(w - 1 - x) + (h - 1 - y) * S);
+        break;
+    }
+    return ovkStatusOk;
+}
+
+}  // namespace ovk::exchange
