@@ -21,25 +21,27 @@ namespace ovk::exchange {
 
 enum class SwapChecks { PointersSize, PointersSizeSteps, StepsFirst };
 
-// Reads SrcStride channels per pixel and writes the first `Written` of DstStride.
-template <class T, int SrcStride, int DstStride, int Written>
-void swapRows(Image<const T> src, Image<T> dst, OvkiSize roi, const int* order, T value)
+// Reads SrcStride channels per pixel and writes the first `Written` of
+// DstStride. With WithValue (C3C4R), an entry equal to SrcStride writes
+// `value` and one above it leaves the destination channel as it was.
+template <class T, int SrcStride, int DstStride, int Written, bool WithValue = false>
+void swapRows(Image<const T> src, Image<T> dst, OvkiSize roi, const int* order, T value = T{})
 {
+    int o[Written];
+    for (int c = 0; c < Written; ++c) o[c] = order[c];
     for (int y = 0; y < roi.height; ++y) {
         const T* s = src.row(y);
         T* d = dst.row(y);
-        for (int x = 0; x < roi.width; ++x) {
-            T pixel[4];
-            for (int c = 0; c < SrcStride; ++c) pixel[c] = s[x * SrcStride + c];
-            T out[Written];
-            bool keep[Written];
-            for (int c = 0; c < Written; ++c) {
-                const int k = order[c];
-                keep[c] = k > SrcStride;  // C3C4: above 3 leaves the channel as it was
-                out[c] = k < SrcStride ? pixel[k] : value;
+        for (int x = 0; x < roi.width; ++x, s += SrcStride, d += DstStride) {
+            T pixel[SrcStride + 1];
+            for (int c = 0; c < SrcStride; ++c) pixel[c] = s[c];
+            if constexpr (WithValue) {
+                pixel[SrcStride] = value;
+                for (int c = 0; c < Written; ++c)
+                    if (o[c] <= SrcStride) d[c] = pixel[o[c]];
+            } else {
+                for (int c = 0; c < Written; ++c) d[c] = pixel[o[c]];
             }
-            for (int c = 0; c < Written; ++c)
-                if (!keep[c]) d[x * DstStride + c] = out[c];
         }
     }
 }
@@ -67,7 +69,7 @@ OvkStatus swapChannels(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiSiz
         if constexpr (Checks == SwapChecks::PointersSizeSteps) OVK_CHECK(check::steps(srcStep, dstStep));
     }
     OVK_CHECK(check::require(orderWithin<Written>(dstOrder, 0, 2), ovkStatusChannelOrderError));
-    swapRows<T, Stride, Stride, Written>(image(pSrc, srcStep), image(pDst, dstStep), roiSize, dstOrder, T{});
+    swapRows<T, Stride, Stride, Written>(image(pSrc, srcStep), image(pDst, dstStep), roiSize, dstOrder);
     return ovkStatusOk;
 }
 
@@ -85,8 +87,7 @@ OvkStatus swapChannelsInPlace(T* pSrcDst, int srcDstStep, OvkiSize roiSize, cons
         OVK_CHECK(check::size(roiSize));
     }
     OVK_CHECK(check::require(orderWithin<Stride>(dstOrder, 0, 2), ovkStatusChannelOrderError));
-    swapRows<T, Stride, Stride, Stride>(image(pSrcDst, srcDstStep), image(pSrcDst, srcDstStep), roiSize, dstOrder,
-                                        T{});
+    swapRows<T, Stride, Stride, Stride>(image(pSrcDst, srcDstStep), image(pSrcDst, srcDstStep), roiSize, dstOrder);
     return ovkStatusOk;
 }
 
@@ -99,7 +100,7 @@ OvkStatus swapChannels3to4(const T* pSrc, int srcStep, T* pDst, int dstStep, Ovk
     OVK_CHECK(check::pointers(pSrc, pDst, dstOrder));
     OVK_CHECK(check::size(roiSize));
     for (int c = 0; c < 4; ++c) OVK_CHECK(check::require(dstOrder[c] >= 0, ovkStatusChannelOrderError));
-    swapRows<T, 3, 4, 4>(image(pSrc, srcStep), image(pDst, dstStep), roiSize, dstOrder, val);
+    swapRows<T, 3, 4, 4, true>(image(pSrc, srcStep), image(pDst, dstStep), roiSize, dstOrder, val);
     return ovkStatusOk;
 }
 
@@ -110,7 +111,7 @@ OvkStatus swapChannels4to3(const T* pSrc, int srcStep, T* pDst, int dstStep, Ovk
     OVK_CHECK(check::pointers(pSrc, pDst, dstOrder));
     OVK_CHECK(check::size(roiSize));
     OVK_CHECK(check::require(orderWithin<3>(dstOrder, 0, 3), ovkStatusChannelOrderError));
-    swapRows<T, 4, 3, 3>(image(pSrc, srcStep), image(pDst, dstStep), roiSize, dstOrder, T{});
+    swapRows<T, 4, 3, 3>(image(pSrc, srcStep), image(pDst, dstStep), roiSize, dstOrder);
     return ovkStatusOk;
 }
 

@@ -9,10 +9,13 @@ namespace ovk {
 
 // v / 2^sf rounded half to even, for sf >= 1, with an arithmetic shift so that
 // negative ties also go to the even neighbour (-1.5 -> -2, -0.5 -> 0).
+// The sum is formed in 128 bits, so values near the ends of the 64-bit range
+// (complex 32-bit products) cannot overflow.
 constexpr i64 shiftRoundHalfEven(i64 v, int sf)
 {
-    if (sf >= 63) return 0;  // |v| < 2^62 in every caller: the quotient rounds to 0
-    return (v + (i64(1) << (sf - 1)) - 1 + ((v >> sf) & 1)) >> sf;
+    if (sf >= 64) return 0;  // |v| <= 2^63: the quotient is at most 1/2, and a tie goes to 0
+    const __int128 w = v;
+    return static_cast<i64>((w + (__int128(1) << (sf - 1)) - 1 + ((w >> sf) & 1)) >> sf);
 }
 
 // v * 2^-sf for any sf, rounded and saturated to T.
