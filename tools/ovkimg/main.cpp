@@ -4,7 +4,6 @@
 #include "status.hpp"
 #include "synthetic.hpp"
 
-#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -38,7 +37,8 @@ void printUsage(std::FILE* out) {
                  "\n"
                  "Applies an operation of the ovk image library to image files: PNG and\n"
                  "binary PGM/PPM, 8 or 16 bits per sample. Operations that take an image use\n"
-                 "a built-in %dx%d RGB test image when no input file is given.\n"
+                 "a built-in %dx%d RGB test image when no input file is given; those that\n"
+                 "take two use the test image and its mirror image (flipped left to right).\n"
                  "\n"
                  "Operations:\n",
                  kTestImageSize, kTestImageSize);
@@ -57,7 +57,13 @@ void printUsage(std::FILE* out) {
 
 void printOperationHelp(const Operation& op) {
     std::printf("usage: %s\n\n%s\n", usageLine(op).c_str(), op.help);
-    if (op.testImage) std::printf("Without an input file, uses the built-in test image.\n");
+    if (op.testImage && op.minInputs >= 2) {
+        std::printf("Without input files, uses the built-in test image as the first image and the\n"
+                    "test image mirrored left to right as the second.\n");
+    } else if (op.testImage) {
+        std::printf("Without an input file, uses the built-in test image.\n");
+    }
+    if (*op.details) std::printf("%s", op.details);
     if (!op.options.empty()) {
         std::printf("\nOptions:\n");
         for (const OptionSpec& option : op.options) {
@@ -89,8 +95,9 @@ int runOperation(const Operation& op, std::span<const std::string> args) {
     std::vector<Image> inputs;
     for (const std::string& path : options.inputs) inputs.push_back(readImage(path));
     if (given == 0 && op.testImage) {
-        for (int i = 0; i < std::max(1, op.minInputs); ++i) {
-            inputs.push_back(makeTestImage(kTestImageSize, kTestImageSize, kTestImageChannels));
+        inputs.push_back(makeTestImage(kTestImageSize, kTestImageSize, kTestImageChannels));
+        if (op.minInputs >= 2) {
+            inputs.push_back(makeMirroredTestImage(kTestImageSize, kTestImageSize, kTestImageChannels));
         }
     }
 

@@ -1,5 +1,7 @@
 #include "operations.hpp"
 
+#include "arithmetic.hpp"
+
 #include <algorithm>
 #include <cinttypes>
 #include <cstdint>
@@ -167,6 +169,26 @@ Result runCompare(const Options& options, std::span<Image> inputs) {
     return {};
 }
 
+// ---------------------------------------------------------------------------
+// Arithmetic: help shared by the entries (run functions in arithmetic.cpp)
+// ---------------------------------------------------------------------------
+
+#define OVKIMG_SCALE_HELP                                                              \
+    "\nResults are multiplied by 2^-N of --scale N (N may be negative), rounded to\n"  \
+    "the nearest whole number (ties to the even one) and clamped to the sample\n"      \
+    "range: --scale 1 halves the results (add --scale 1 gives the average),\n"         \
+    "--scale -1 doubles them.\n"
+#define OVKIMG_TWO_IMAGES_HELP                                                         \
+    "\nA and B have the same size, bits per sample and channels, and so has the\n"      \
+    "result; of 4-channel images the alpha is computed like the colours.\n"
+#define OVKIMG_VALUE_HELP                                                              \
+    "\n--value is one whole number for every channel, or one per channel (three for\n" \
+    "the colour channels of a 4-channel image leave the alpha as it is), each from\n"  \
+    "0 to 255 for 8-bit images or to 65535 for 16-bit ones.\n"
+
+const OptionSpec kScaleOption = {"scale", "N", "multiply the results by 2^-N, rounding (default 0)"};
+const OptionSpec kValueOption = {"value", "V[,V,V[,V]]", "the constant: one for every channel or one per channel"};
+
 }  // namespace
 
 // ---------------------------------------------------------------------------
@@ -201,9 +223,220 @@ std::span<const Operation> operations() {
             .maxInputs = 2,
             .run = runCompare,
         },
+
+        // Arithmetic of two images of one layout (depth, channels and size).
+        {
+            .name = "add",
+            .help = "add two images: A + B",
+            .details = OVKIMG_TWO_IMAGES_HELP OVKIMG_SCALE_HELP,
+            .operands = "[A B]",
+            .options = {kScaleOption},
+            .minInputs = 2,
+            .maxInputs = 2,
+            .testImage = true,
+            .writesImage = true,
+            .run = runAdd,
+        },
+        {
+            .name = "sub",
+            .help = "subtract the second image from the first: A - B (negative results give 0)",
+            .details = OVKIMG_TWO_IMAGES_HELP OVKIMG_SCALE_HELP,
+            .operands = "[A B]",
+            .options = {kScaleOption},
+            .minInputs = 2,
+            .maxInputs = 2,
+            .testImage = true,
+            .writesImage = true,
+            .run = runSub,
+        },
+        {
+            .name = "mul",
+            .help = "multiply two images: A * B",
+            .details = OVKIMG_TWO_IMAGES_HELP OVKIMG_SCALE_HELP,
+            .operands = "[A B]",
+            .options = {kScaleOption},
+            .minInputs = 2,
+            .maxInputs = 2,
+            .testImage = true,
+            .writesImage = true,
+            .run = runMul,
+        },
+        {
+            .name = "div",
+            .help = "divide the first image by the second: A / B",
+            .details = OVKIMG_TWO_IMAGES_HELP
+                       "A sample divided by zero gives the largest sample value (0 for 0 / 0), and\n"
+                       "the library's warning ovkStatusDivByZero is printed; the image is still\n"
+                       "written.\n" OVKIMG_SCALE_HELP,
+            .operands = "[A B]",
+            .options = {kScaleOption},
+            .minInputs = 2,
+            .maxInputs = 2,
+            .testImage = true,
+            .writesImage = true,
+            .run = runDiv,
+        },
+        {
+            .name = "mulscale",
+            .help = "multiply two images normalised to the largest sample value: A * B / max",
+            .details = OVKIMG_TWO_IMAGES_HELP
+                       "With max the largest sample value (255 or 65535), max * max gives max and\n"
+                       "0 * anything gives 0: an image multiplied by a mask or by another image.\n",
+            .operands = "[A B]",
+            .minInputs = 2,
+            .maxInputs = 2,
+            .testImage = true,
+            .writesImage = true,
+            .run = runMulScale,
+        },
+
+        // Arithmetic with a constant.
+        {
+            .name = "addc",
+            .help = "add a constant to every pixel: IN + value",
+            .details = OVKIMG_VALUE_HELP OVKIMG_SCALE_HELP,
+            .operands = "[IN]",
+            .options = {kValueOption, kScaleOption},
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runAddC,
+        },
+        {
+            .name = "subc",
+            .help = "subtract a constant from every pixel: IN - value (negative results give 0)",
+            .details = OVKIMG_VALUE_HELP OVKIMG_SCALE_HELP,
+            .operands = "[IN]",
+            .options = {kValueOption, kScaleOption},
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runSubC,
+        },
+        {
+            .name = "mulc",
+            .help = "multiply every pixel by a constant: IN * value",
+            .details = OVKIMG_VALUE_HELP OVKIMG_SCALE_HELP,
+            .operands = "[IN]",
+            .options = {kValueOption, kScaleOption},
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runMulC,
+        },
+        {
+            .name = "divc",
+            .help = "divide every pixel by a constant: IN / value",
+            .details = OVKIMG_VALUE_HELP "A value of 0 is an error (ovkStatusDivByZeroError).\n" OVKIMG_SCALE_HELP,
+            .operands = "[IN]",
+            .options = {kValueOption, kScaleOption},
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runDivC,
+        },
+
+        // Functions of one image.
+        {
+            .name = "sqrt",
+            .help = "square root of every sample",
+            .details = "\nOf a 4-channel image the colour channels are changed; the alpha is kept.\n"
+                       OVKIMG_SCALE_HELP
+                       "E.g. --scale -4 maps 8-bit 0..255 to 0..255 (sqrt(255) * 16 rounds to 255).\n",
+            .operands = "[IN]",
+            .options = {kScaleOption},
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runSqrt,
+        },
+        {
+            .name = "sqr",
+            .help = "square of every sample",
+            .details = OVKIMG_SCALE_HELP "E.g. --scale 8 maps 8-bit 0..255 to 0..254 (255 * 255 / 256).\n",
+            .operands = "[IN]",
+            .options = {kScaleOption},
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runSqr,
+        },
+        {
+            .name = "not",
+            .help = "invert every bit of an 8-bit image (a negative: 255 - sample)",
+            .details = "\nThe library has this for 8-bit images only; of a 4-channel image the alpha is\n"
+                       "inverted too.\n",
+            .operands = "[IN]",
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runNot,
+        },
+        {
+            .name = "shift",
+            .help = "shift the bits of every sample left or right by a count",
+            .details = "\nBits shifted out are lost: a left shift does not saturate, and a count of the\n"
+                       "sample width or more gives 0. As for --value of addc, one count serves every\n"
+                       "channel, or there is one per channel (three for the colour channels of a\n"
+                       "4-channel image leave the alpha as it is).\n",
+            .operands = "[IN]",
+            .options = {{"left", "N[,N,N[,N]]", "shift left by N bits"},
+                        {"right", "N[,N,N[,N]]", "shift right by N bits (zeros come in)"}},
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runShift,
+        },
+
+        // Bitwise logic of two images of one layout.
+        {
+            .name = "and",
+            .help = "bitwise AND of two images: A & B",
+            .details = OVKIMG_TWO_IMAGES_HELP,
+            .operands = "[A B]",
+            .minInputs = 2,
+            .maxInputs = 2,
+            .testImage = true,
+            .writesImage = true,
+            .run = runAnd,
+        },
+        {
+            .name = "or",
+            .help = "bitwise OR of two images: A | B",
+            .details = OVKIMG_TWO_IMAGES_HELP,
+            .operands = "[A B]",
+            .minInputs = 2,
+            .maxInputs = 2,
+            .testImage = true,
+            .writesImage = true,
+            .run = runOr,
+        },
+        {
+            .name = "xor",
+            .help = "bitwise exclusive OR of two images: A ^ B",
+            .details = OVKIMG_TWO_IMAGES_HELP,
+            .operands = "[A B]",
+            .minInputs = 2,
+            .maxInputs = 2,
+            .testImage = true,
+            .writesImage = true,
+            .run = runXor,
+        },
     };
     return table;
 }
+
+#undef OVKIMG_SCALE_HELP
+#undef OVKIMG_TWO_IMAGES_HELP
+#undef OVKIMG_VALUE_HELP
 
 const Operation* findOperation(std::string_view name) {
     for (const Operation& op : operations()) {

@@ -4,10 +4,13 @@
 //   1. write its run function: it gets the parsed options and the input
 //      images, calls the library and returns the output image together with
 //      the library's status (or just the status when the call failed);
-//   2. add an entry {name, help, operands, options, inputs, output, run}.
+//   2. add an entry {name, help, details, operands, options, inputs, output,
+//      run}.
 // The tool does the rest: parsing and checking the options, reading the
-// inputs (or making the test image), reporting the status, writing the
-// output, and the help.
+// inputs (or making the test image, and for two-image operations its mirror
+// image as the second input), reporting the status, writing the output, and
+// the help. The arithmetic, logic and shift operations are in
+// arithmetic.cpp; their table entries use its run functions.
 #pragma once
 
 #include "image.hpp"
@@ -37,6 +40,7 @@ using RunFunction = Result (*)(const Options& options, std::span<Image> inputs);
 struct Operation {
     const char* name;
     const char* help;      // one line for the listing
+    const char* details = "";  // more for `ovkimg help <operation>`: whole lines, each ending in '\n'
     const char* operands = "";  // the positional part of the usage, e.g. "[input]" or "image1 image2"
     std::vector<OptionSpec> options = {};
     int minInputs = 0;         // input files the operation needs ...

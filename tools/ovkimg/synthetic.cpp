@@ -85,4 +85,17 @@ Image makeTestImage(int width, int height, int channels) {
     return image;
 }
 
+Image makeMirroredTestImage(int width, int height, int channels) {
+    const Image original = makeTestImage(width, height, channels);
+    Image image(SampleType::U8, channels, width, height);
+    for (int y = 0; y < height; ++y) {
+        const Ovk8u* src = original.row<Ovk8u>(y);
+        Ovk8u* dst = image.row<Ovk8u>(y);
+        for (int x = 0; x < width; ++x) {
+            std::copy_n(src + std::size_t(width - 1 - x) * channels, channels, dst + std::size_t(x) * channels);
+        }
+    }
+    return image;
+}
+
 }  // namespace ovkimg

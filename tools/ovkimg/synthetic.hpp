@@ -14,4 +14,11 @@ namespace ovkimg {
 // give the same pixels.
 Image makeTestImage(int width, int height, int channels);
 
+// The second input of two-image operations that get no input file: the test
+// image mirrored left to right, so the two differ almost everywhere while
+// sharing their layout. Its checkerboard patch lands on the original's dark
+// square; the black cells there, like the blue cross's zero red and green,
+// are divisors of zero.
+Image makeMirroredTestImage(int width, int height, int channels);
+
 }  // namespace ovkimg
