@@ -11,6 +11,14 @@
 extern "C" {
 #endif
 
+/* Enumerations have the size and range of int in C and in C++ alike, so any
+ * int32 a caller passes is a valid value to check (and reject). */
+#ifdef __cplusplus
+#  define OVK_ENUM(name) enum name : int
+#else
+#  define OVK_ENUM(name) enum name
+#endif
+
 /* ------------------------------------------------------------------------
  * Element types. The code in a function name (8u, 16s, 32fc, ...) is the
  * element type of one channel.
@@ -58,7 +66,7 @@ typedef struct {
  * Status codes. 0 is success, a negative value an error (nothing was
  * written), a positive value a warning (the result was written).
  * ---------------------------------------------------------------------- */
-typedef enum {
+typedef OVK_ENUM(OvkStatus) {
     /* warnings */
     ovkStatusSizeWarning          =   48, /* resize tile larger than the specification's destination */
     ovkStatusQuadNoIntersection   =   30, /* mapped quadrangle misses the destination ROI */
@@ -119,7 +127,7 @@ typedef enum {
  * ---------------------------------------------------------------------- */
 
 /* Rounding of conversions and of Div_Round. */
-typedef enum {
+typedef OVK_ENUM(OvkRoundMode) {
     ovkRndZero      = 0, /* truncate toward zero */
     ovkRndNear      = 1, /* nearest, ties to even */
     ovkRndFinancial = 2  /* nearest, ties away from zero */
@@ -127,14 +135,14 @@ typedef enum {
 
 /* Accuracy hint of conversions and transforms: only ovkAlgHintAccurate
  * selects the accurate path; every other value selects the fast one. */
-typedef enum {
+typedef OVK_ENUM(OvkHintAlgorithm) {
     ovkAlgHintNone     = 0,
     ovkAlgHintFast     = 1,
     ovkAlgHintAccurate = 2
 } OvkHintAlgorithm;
 
 /* Mirror axes. The diagonal axes exist only for the out-of-place forms. */
-typedef enum {
+typedef OVK_ENUM(OvkiAxis) {
     ovkAxsHorizontal = 0, /* row y goes to row height-1-y */
     ovkAxsVertical   = 1, /* column x goes to column width-1-x */
     ovkAxsBoth       = 2, /* both of the above */
@@ -143,7 +151,7 @@ typedef enum {
 } OvkiAxis;
 
 /* Comparison operators of thresholds and Compare. */
-typedef enum {
+typedef OVK_ENUM(OvkCmpOp) {
     ovkCmpLess      = 0,
     ovkCmpLessEq    = 1,
     ovkCmpEq        = 2,
@@ -153,7 +161,7 @@ typedef enum {
 
 /* Border model: the low four bits are the border type, bits 4..7 say which
  * sides are read from memory around the ROI instead of being synthesised. */
-typedef enum {
+typedef OVK_ENUM(OvkiBorderType) {
     ovkBorderConst       = 0,   /* the border value argument */
     ovkBorderRepl        = 1,   /* nearest edge pixel */
     ovkBorderMirror      = 3,   /* reflection, edge not repeated: -1 reads 1 */
@@ -166,7 +174,7 @@ typedef enum {
 } OvkiBorderType;
 
 /* Built-in mask sizes: width digit followed by height digit. */
-typedef enum {
+typedef OVK_ENUM(OvkiMaskSize) {
     ovkMskSize1x3 = 13,
     ovkMskSize1x5 = 15,
     ovkMskSize3x1 = 31,
@@ -177,7 +185,7 @@ typedef enum {
 
 /* Element-type selectors of buffer-size queries and initialisations.
  * Each real type is followed by its complex counterpart. */
-typedef enum {
+typedef OVK_ENUM(OvkDataType) {
     ovkUndef = -1,
     ovk1u    = 0,
     ovk8u    = 1,
@@ -204,7 +212,7 @@ typedef enum {
 
 /* Convolution and template-matching algorithm selector (bits 0..7 of the
  * algorithm argument). The other fields of that argument: */
-typedef enum {
+typedef OVK_ENUM(OvkAlgType) {
     ovkAlgAuto   = 0,
     ovkAlgDirect = 1,
     ovkAlgFFT    = 2
@@ -220,7 +228,7 @@ typedef enum {
 #define OVK_ROI_MASK        0x00FF0000
 
 /* Interpolation of the resize family. */
-typedef enum {
+typedef OVK_ENUM(OvkiInterpolationType) {
     ovkNearest = 1,
     ovkLinear  = 2,
     ovkCubic   = 6,  /* two-parameter (B, C) cubic */
@@ -230,7 +238,7 @@ typedef enum {
 
 /* Interpolation of warps and remap. Distinct from OvkiInterpolationType on
  * purpose: here 6 is Catmull-Rom. */
-typedef enum {
+typedef OVK_ENUM(OvkiInterpolation) {
     ovkInterNearest    = 1,
     ovkInterLinear     = 2,
     ovkInterCubic      = 4,
@@ -251,7 +259,7 @@ typedef struct {
 typedef struct OvkiResizeSpec OvkiResizeSpec;
 
 /* Alpha compositing operations; 6..11 for premultiplied sources. */
-typedef enum {
+typedef OVK_ENUM(OvkiAlphaType) {
     ovkAlphaOver        = 0,
     ovkAlphaIn          = 1,
     ovkAlphaOut         = 2,

@@ -1,130 +1,22 @@
 // Tests of ovkimg's arithmetic, logic and shift operations: the tool is run
 // on tiny image files of known samples, and its output files are read back
 // and compared with values worked out by hand.
-#include "image_io.hpp"
 #include "synthetic.hpp"
+#include "tool_test.hpp"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#ifndef OVKIMG_EXECUTABLE
-#error "OVKIMG_EXECUTABLE: the path of the ovkimg tool"
-#endif
 
 namespace ovkimg {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace tooltest;
 
-using Samples = std::vector<int>;
-
-// What a run of the tool gave.
-struct ToolRun {
-    int exitCode = -1;
-    std::string output;  // stdout and stderr
-};
-
-// `arg` in single quotes for the shell.
-std::string quoted(const std::string& arg) {
-    std::string text = "'";
-    for (char c : arg) {
-        if (c == '\'') {
-            text += "'\\''";
-        } else {
-            text += c;
-        }
-    }
-    text += '\'';
-    return text;
-}
-
-// A row of samples as one image: width = samples / channels, height 1.
-Image imageOf(SampleType type, int channels, const Samples& samples) {
-    Image image(type, channels, int(samples.size()) / channels, 1);
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        if (type == SampleType::U8) {
-            image.row<Ovk8u>(0)[i] = Ovk8u(samples[i]);
-        } else {
-            image.row<Ovk16u>(0)[i] = Ovk16u(samples[i]);
-        }
-    }
-    return image;
-}
-
-Samples samplesOf(const Image& image) {
-    Samples out;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int i = 0; i < image.width() * image.channels(); ++i) {
-            out.push_back(image.type() == SampleType::U8 ? image.row<Ovk8u>(y)[i] : image.row<Ovk16u>(y)[i]);
-        }
-    }
-    return out;
-}
-
-class Arithmetic : public ::testing::Test {
-protected:
-    void SetUp() override {
-        const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-        dir_ = fs::temp_directory_path() / ("ovkimg_arith_" + std::to_string(::getpid()) + "_" + test->name());
-        fs::create_directories(dir_);
-    }
-    void TearDown() override { fs::remove_all(dir_); }
-
-    std::string file(const std::string& name) const { return (dir_ / name).string(); }
-
-    // Runs `ovkimg args...` in the test's directory.
-    ToolRun run(const std::vector<std::string>& args) const {
-        std::string command = "cd ";
-        command += quoted(dir_.string());
-        command += " && ";
-        command += quoted(OVKIMG_EXECUTABLE);
-        for (const std::string& arg : args) {
-            command += ' ';
-            command += quoted(arg);
-        }
-        command += " 2>&1";
-        ToolRun result;
-        std::FILE* pipe = ::popen(command.c_str(), "r");
-        if (pipe == nullptr) return result;
-        char buffer[4096];
-        for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) result.output.append(buffer, n);
-        const int status = ::pclose(pipe);
-        result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        return result;
-    }
-
-    // Runs the tool, which must succeed, and gives the samples of out.png
-    // (with -o out.png added to `args`).
-    Samples result(std::vector<std::string> args) const {
-        args.insert(args.end(), {"-o", "out.png"});
-        fs::remove(dir_ / "out.png");
-        const ToolRun r = run(args);
-        EXPECT_EQ(r.exitCode, 0) << r.output;
-        if (r.exitCode != 0 || !fs::exists(dir_ / "out.png")) return {};
-        return samplesOf(readImage(file("out.png")));
-    }
-
-    // Writes a gray 8-bit PGM of one row, byte by byte.
-    void writePgm(const std::string& name, const Samples& samples) const {
-        std::string bytes = "P5\n" + std::to_string(samples.size()) + " 1\n255\n";
-        for (int v : samples) bytes += char(v);
-        std::ofstream(file(name), std::ios::binary) << bytes;
-    }
-
-    void write(const std::string& name, SampleType type, int channels, const Samples& samples) const {
-        writeImage(imageOf(type, channels, samples), file(name));
-    }
-
-private:
-    fs::path dir_;
-};
+class Arithmetic : public ToolTest {};
 
 // ---------------------------------------------------------------------------
 // Two images

@@ -361,13 +361,64 @@ TEST(TestImage, IsDeterministicAndVaried) {
     }
 }
 
-TEST(TestImage, GrayAndAlphaVariants) {
-    const Image gray = makeTestImage(64, 48, 1);
+// The library's generators make the channels: ramps and the zone plate.
+TEST(TestImage, IsMadeOfRampsAndTheZonePlate) {
+    const int w = 64, h = 48;
+    const Image rgb = makeTestImage(w, h, 3);
+    Image plate(SampleType::U8, 1, w, h);
+    ASSERT_EQ(ovkiImageJaehne_8u_C1R(plate.data<Ovk8u>(), plate.step(), plate.size()), ovkStatusOk);
+    Image red(SampleType::U8, 1, w, h);
+    for (int y = 0; y < h; ++y) {
+        const Ovk8u* px = rgb.row<Ovk8u>(y);
+        for (int x = 0; x < w; ++x) {
+            red.row<Ovk8u>(y)[x] = px[3 * x];
+            EXPECT_EQ(px[3 * x], rgb.row<Ovk8u>(0)[3 * x]) << "red is the same in every row";
+            EXPECT_EQ(px[3 * x + 1], plate.row<Ovk8u>(y)[x]) << "green at " << x << "," << y;
+        }
+    }
+    const Ovk8u* top = rgb.row<Ovk8u>(0);
+    const Ovk8u* bottom = rgb.row<Ovk8u>(h - 1);
+    EXPECT_EQ(top[0], 0);                   // red: 0 at the left edge ...
+    EXPECT_EQ(top[3 * (w - 1)], 255);       // ... 255 at the right one
+    EXPECT_EQ(top[3 * 21], 85);             // 255 * 21 / 63
+    EXPECT_EQ(top[3 * (w - 1) + 2], 255);   // blue: 255 along the top ...
+    EXPECT_EQ(bottom[2], 255);              // ... and the left edge,
+    EXPECT_EQ(bottom[3 * (w - 1) + 2], 0);  // 0 in the bottom right corner
+    EXPECT_EQ(rgb.row<Ovk8u>(24)[3 * 32 + 2], 189);  // 255 - 255 * 32 * 24 / (63 * 47) = 188.86
+
+    // One channel: the zone plate times the red ramp, normalised.
+    const Image gray = makeTestImage(w, h, 1);
     EXPECT_EQ(gray.describe(), "64x48 8u C1");
+    Image expected(SampleType::U8, 1, w, h);
+    ASSERT_EQ(ovkiMulScale_8u_C1R(plate.data<Ovk8u>(), plate.step(), red.data<Ovk8u>(), red.step(),
+                                  expected.data<Ovk8u>(), expected.step(), expected.size()),
+              ovkStatusOk);
+    EXPECT_TRUE(samePixels(gray, expected));
+    for (int y = 0; y < h; ++y) EXPECT_EQ(gray.row<Ovk8u>(y)[0], 0);  // black at the left edge
+}
+
+TEST(TestImage, GrayAndAlphaVariants) {
     const Image rgba = makeTestImage(64, 48, 4);
     EXPECT_EQ(rgba.row<Ovk8u>(0)[3], 255);
     EXPECT_EQ(rgba.row<Ovk8u>(47)[3], 128);
     EXPECT_TRUE(samePixels(convertChannels(rgba, 3), makeTestImage(64, 48, 3)));
+}
+
+TEST(TestImage, MirrorImageIsFlippedLeftToRight) {
+    for (int channels : {1, 3, 4}) {
+        SCOPED_TRACE(channels);
+        const Image original = makeTestImage(40, 30, channels);
+        const Image mirror = makeMirroredTestImage(40, 30, channels);
+        ASSERT_EQ(mirror.describe(), original.describe());
+        for (int y = 0; y < 30; ++y) {
+            for (int x = 0; x < 40; ++x) {
+                for (int c = 0; c < channels; ++c) {
+                    ASSERT_EQ(mirror.row<Ovk8u>(y)[x * channels + c], original.row<Ovk8u>(y)[(39 - x) * channels + c]);
+                }
+            }
+        }
+    }
+    EXPECT_NE(errorOf([] { makeMirroredTestImage(1, 5, 3); }).find("ovkStatusSizeError"), std::string::npos);
 }
 
 // ---------------------------------------------------------------------------

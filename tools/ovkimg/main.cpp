@@ -37,8 +37,10 @@ void printUsage(std::FILE* out) {
                  "\n"
                  "Applies an operation of the ovk image library to image files: PNG and\n"
                  "binary PGM/PPM, 8 or 16 bits per sample. Operations that take an image use\n"
-                 "a built-in %dx%d RGB test image when no input file is given; those that\n"
-                 "take two use the test image and its mirror image (flipped left to right).\n"
+                 "a built-in %dx%d RGB test image when no input file is given: the library's\n"
+                 "own ramps (red left to right, blue from the top left corner) and zone plate\n"
+                 "(green). Those that take two use the test image and its mirror image\n"
+                 "(flipped left to right).\n"
                  "\n"
                  "Operations:\n",
                  kTestImageSize, kTestImageSize);

@@ -1,6 +1,7 @@
 #include "operations.hpp"
 
 #include "arithmetic.hpp"
+#include "exchange.hpp"
 
 #include <algorithm>
 #include <cinttypes>
@@ -429,6 +430,147 @@ std::span<const Operation> operations() {
             .testImage = true,
             .writesImage = true,
             .run = runXor,
+        },
+
+        // Moving pixels.
+        {
+            .name = "mirror",
+            .help = "mirror an image about an axis or a diagonal",
+            .details = "\nThe axes:\n"
+                       "  h     about the horizontal axis: upside down (row y becomes row H-1-y)\n"
+                       "  v     about the vertical axis: left to right (column x becomes column W-1-x)\n"
+                       "  both  about both: a half turn\n"
+                       "  d45   about the main diagonal: the transpose (W x H becomes H x W)\n"
+                       "  d135  about the other diagonal: the top left pixel goes to the bottom right\n"
+                       "Every channel moves, the alpha too. The library refuses to mirror a single\n"
+                       "row about h or a single column about v (ovkStatusSizeError).\n",
+            .operands = "[IN]",
+            .options = {{"axis", "h|v|both|d45|d135", "the axis or diagonal to mirror about"}},
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runMirror,
+        },
+        {
+            .name = "transpose",
+            .help = "swap rows and columns: pixel (x, y) goes to (y, x), W x H becomes H x W",
+            .operands = "[IN]",
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runTranspose,
+        },
+        {
+            .name = "swap",
+            .help = "reorder the channels of an RGB or RGBA image: output channel c = input channel order[c]",
+            .details = "\n--order 2,1,0 turns RGB into BGR. Channels count from 0 (red); an entry may\n"
+                       "repeat a channel: 0,0,0 shows the red channel in gray.\n"
+                       "Of a 4-channel image, three entries reorder the colour channels and keep the\n"
+                       "alpha; four reorder all: with entries from 0 to 2 the library does it in one\n"
+                       "call, and an entry of 3 (the alpha as a source, e.g. 3,1,2,0 swaps red and\n"
+                       "alpha) takes two: the colour channels of the output are picked from all four\n"
+                       "into an RGB image, then put into the output, whose alpha is copied from the\n"
+                       "channel the fourth entry names.\n"
+                       "Entries the library does not accept give ovkStatusChannelOrderError.\n",
+            .operands = "[IN]",
+            .options = {{"order", "A,B,C[,D]", "the input channel of each output channel"}},
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runSwap,
+        },
+        {
+            .name = "border",
+            .help = "surround an image by a border: edge pixels repeated, a constant, or wrapped around",
+            .details = "\nThe output is W + left + right by H + top + bottom pixels, the input at\n"
+                       "(left, top). --bottom is --top and --right is --left unless given. The types:\n"
+                       "  replicate  each border pixel is the nearest edge pixel (the default)\n"
+                       "  const      border pixels are --value: one for every channel or one per\n"
+                       "             channel; three for a 4-channel image give an opaque border;\n"
+                       "             black (and opaque) without --value\n"
+                       "  wrap       the image repeats: the right border continues from the left\n"
+                       "             edge, the bottom one from the top edge\n"
+                       "The library wraps 32-bit images of one channel only: each channel goes to\n"
+                       "such an image (exactly: every 8- or 16-bit sample is a 32-bit one), gets its\n"
+                       "border there and comes back.\n"
+                       "A negative border is an error of the library (ovkStatusSizeError).\n",
+            .operands = "[IN]",
+            .options = {{"type", "replicate|const|wrap", "how the border is filled (default replicate)"},
+                        {"top", "T", "rows above the image (default 0)"},
+                        {"left", "L", "columns left of the image (default 0)"},
+                        {"bottom", "B", "rows below the image (default: as --top)"},
+                        {"right", "R", "columns right of the image (default: as --left)"},
+                        {"value", "V[,V,V[,V]]", "the border's value for --type const"}},
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runBorder,
+        },
+
+        // Noise and generated images.
+        {
+            .name = "noise",
+            .help = "add uniform or Gaussian random noise to every sample",
+            .details = "\n--kind uniform adds whole numbers from --low to --high (default 0) to each\n"
+                       "sample; --kind gauss adds --mean + --stddev * z, z from a standard normal\n"
+                       "distribution, rounded. Sums are clamped to the sample range. The library\n"
+                       "takes these values as samples, 0 to 255 for 8-bit images or to 65535 for\n"
+                       "16-bit ones, so uniform noise only brightens: subtract a constant afterwards\n"
+                       "(subc) to centre it. --low 10 --high 10 adds exactly 10.\n"
+                       "The library adds noise to one channel at a time: the colour channels are\n"
+                       "taken out one by one, red first, each gets its noise and goes back; the\n"
+                       "alpha of a 4-channel image is kept. The generator's state carries on from\n"
+                       "channel to channel, so the channels get different noise. The same --seed\n"
+                       "(default 1) gives the same noise.\n",
+            .operands = "[IN]",
+            .options = {{"kind", "uniform|gauss", "the distribution (default uniform)"},
+                        {"low", "A", "uniform: the smallest value added (default 0)"},
+                        {"high", "B", "uniform: the largest value added"},
+                        {"mean", "M", "gauss: the mean of the values added (default 0)"},
+                        {"stddev", "S", "gauss: their standard deviation"},
+                        {"seed", "N", "the generator's seed, 0 to 4294967295 (default 1)"}},
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runNoise,
+        },
+        {
+            .name = "ramp",
+            .help = "make an image of a linear ramp: offset + slope * x, y or x * y",
+            .details = "\nEach sample is offset + slope * k with k = x (--axis 0), y (--axis 1) or x * y\n"
+                       "(--axis 2), rounded and clamped to the sample range; offset and slope are in\n"
+                       "sample units of the output's depth. Without --slope the ramp runs from the\n"
+                       "offset up by the largest sample value (255 or 65535) across the image: from\n"
+                       "black to white for --offset 0. Every colour channel gets the ramp; the alpha\n"
+                       "of a 4-channel image is opaque.\n",
+            .options = {{"width", "W", "the width (default 512)"},
+                        {"height", "H", "the height (default 512)"},
+                        {"offset", "O", "the value at x = 0 or y = 0 (default 0)"},
+                        {"slope", "S", "the step from pixel to pixel (default: the whole range across)"},
+                        {"axis", "0|1|2", "along x, along y, or along x * y (default 0)"},
+                        {"depth", "8|16", "bits per sample (default 8)"},
+                        {"channels", "1|3|4", "gray, RGB or RGBA (default 1)"}},
+            .writesImage = true,
+            .run = runRamp,
+        },
+        {
+            .name = "jaehne",
+            .help = "make an image of a zone plate: concentric rings whose frequency grows outwards",
+            .details = "\nThe rings are sin(pi/2 * r^2 / R), r the distance from the centre and R half\n"
+                       "the larger side, mapped onto 0 to the largest sample value: the frequency\n"
+                       "reaches half a cycle per pixel at distance R. Every colour channel gets the\n"
+                       "rings; the alpha of a 4-channel image is opaque.\n",
+            .options = {{"width", "W", "the width (default 512)"},
+                        {"height", "H", "the height (default 512)"},
+                        {"depth", "8|16", "bits per sample (default 8)"},
+                        {"channels", "1|3|4", "gray, RGB or RGBA (default 1)"}},
+            .writesImage = true,
+            .run = runJaehne,
         },
     };
     return table;
