@@ -106,8 +106,8 @@ constexpr u64 sqrtScaled(u64 x, int sf)
 {
     if (x == 0) return 0;
     if (sf <= 0) {
+        if (sf < -16) return ~u64(0);  // at least 2^17: beyond every 16-bit type (tested before negating sf)
         const int e = -sf;
-        if (e > 16) return ~u64(0);  // at least 2^17: beyond every 16-bit type
         const u64 m = x << (2 * e);  // sqrt(x) * 2^e = sqrt(m); a tie would need m = (n + 1/2)^2
         const u64 n = floorSqrt(m);
         return m - n * n > n ? n + 1 : n;
@@ -151,10 +151,20 @@ OvkStatus sqrtScaledImage(const T* pSrc, int srcStep, T* pDst, int dstStep, Ovki
 
 inline OvkStatus sqrtFloatRow(const Ovk32f* s, Ovk32f* d, int n)
 {
-    OvkStatus status = ovkStatusOk;
-    for (int i = 0; i < n; ++i) {
+    // Four roots per vector; negative and NaN lanes take the NaN 0xFFC00000.
+    const __m128 zero = _mm_setzero_ps();
+    const __m128 undefined = _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(0xFFC00000u)));
+    int badLanes = 0, i = 0;
+    for (; i + 4 <= n; i += 4) {
+        const __m128 x = _mm_loadu_ps(s + i);
+        const __m128 good = _mm_cmpge_ps(x, zero);  // false for negative and NaN
+        badLanes |= _mm_movemask_ps(good) ^ 0xF;
+        _mm_storeu_ps(d + i, _mm_or_ps(_mm_and_ps(good, _mm_sqrt_ps(x)), _mm_andnot_ps(good, undefined)));
+    }
+    OvkStatus status = badLanes ? ovkStatusSqrtNegArg : ovkStatusOk;
+    for (; i < n; ++i) {
         const float x = s[i];
-        if (!(x >= 0.0f)) {  // negative or NaN
+        if (!(x >= 0.0f)) {
             d[i] = undefinedFloat();
             status = ovkStatusSqrtNegArg;
         } else {

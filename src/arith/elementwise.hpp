@@ -66,10 +66,24 @@ inline void keepFirst(OvkStatus& kept, OvkStatus s)
     if (kept == ovkStatusOk) kept = s;
 }
 
+// When the rows of every image follow each other without padding, the ROI is
+// walked as one long row: the per-row set-up disappears and vector loops run
+// across row ends. Channels stay aligned, since each row holds whole pixels.
+template <class L, class... T>
+OvkiSize oneRowIfContiguous(OvkiSize roi, Image<T>... images)
+{
+    const long long elements = static_cast<long long>(roi.width) * roi.height * L::stored;
+    const bool contiguous =
+        ((static_cast<long long>(images.step()) == static_cast<long long>(roi.width) * L::stored * static_cast<long long>(sizeof(T))) && ...);
+    if (roi.height > 1 && contiguous && elements <= (1LL << 30)) return {roi.width * roi.height, 1};
+    return roi;
+}
+
 // Two images into a third.
 template <class L, class A, class B, class D, class Row>
 OvkStatus runBinary(Image<const A> first, Image<const B> second, Image<D> dst, OvkiSize roi, Row&& row)
 {
+    roi = oneRowIfContiguous<L>(roi, first, second, dst);
     if constexpr (!L::keepsAlpha) {
         const int n = roi.width * L::stored;
         return forEachRowStatus(roi, [&](const A* a, const B* b, D* d) { return row(a, b, d, n); }, first, second, dst);
@@ -87,6 +101,7 @@ OvkStatus runBinary(Image<const A> first, Image<const B> second, Image<D> dst, O
 template <class L, class A, class D, class Row>
 OvkStatus runUnary(Image<const A> src, Image<D> dst, OvkiSize roi, Row&& row)
 {
+    roi = oneRowIfContiguous<L>(roi, src, dst);
     if constexpr (!L::keepsAlpha) {
         const int n = roi.width * L::stored;
         return forEachRowStatus(roi, [&](const A* a, D* d) { return row(a, d, n); }, src, dst);
@@ -105,6 +120,7 @@ OvkStatus runUnary(Image<const A> src, Image<D> dst, OvkiSize roi, Row&& row)
 template <class L, class C, class B, class D, class Row>
 OvkStatus runConstant(const C* values, Image<const B> src, Image<D> dst, OvkiSize roi, Row&& row)
 {
+    roi = oneRowIfContiguous<L>(roi, src, dst);
     if constexpr (!L::keepsAlpha) {
         C pattern[kConstantChunk];
         for (int i = 0; i < kConstantChunk; ++i) pattern[i] = values[i % L::stored];

@@ -63,8 +63,8 @@ struct Mul8u {
             p = _mm_srli_epi16(_mm_add_epi16(p, _mm_and_si128(_mm_srli_epi16(p, 1), _mm_set1_epi16(1))), 1);
             return p;  // at most 32513: packus saturates it correctly
         } else {
-            const __m128i big = _mm_cmpeq_epi16(_mm_srli_epi16(p, 8), _mm_setzero_si128());
-            return _mm_or_si128(_mm_and_si128(p, big), _mm_andnot_si128(big, _mm_set1_epi16(0xFF)));
+            // min(p, 255) in unsigned 16-bit lanes: p - max(p - 255, 0)
+            return _mm_subs_epu16(p, _mm_subs_epu16(p, _mm_set1_epi16(0xFF)));
         }
     }
     template <int Sf>
@@ -134,6 +134,12 @@ struct ScaledRow {
     static int vectors(const T* a, const T* b, T* d, int n)
     {
         int i = 0;
+        for (; i + 2 * kLanes <= n; i += 2 * kLanes) {  // two vectors per turn: loads run ahead of stores
+            const __m128i r0 = Op(load(a + i), load(b + i));
+            const __m128i r1 = Op(load(a + i + kLanes), load(b + i + kLanes));
+            store(d + i, r0);
+            store(d + i + kLanes, r1);
+        }
         for (; i + kLanes <= n; i += kLanes) store(d + i, Op(load(a + i), load(b + i)));
         return i;
     }
