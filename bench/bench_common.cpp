@@ -18,15 +18,16 @@ namespace ovkbench {
 // Image
 // ---------------------------------------------------------------------------
 
-Image::Image(OvkiSize size, int channels, int elemSize, int cvDepth, Kind kind)
-    : size_(size), channels_(channels), elemSize_(elemSize), depth_(cvDepth), kind_(kind)
+Image::Image(OvkiSize size, int channels, int elemSize, int cvDepth, Kind kind, Layout layout)
+    : size_(size), channels_(channels), elemSize_(elemSize), depth_(cvDepth), kind_(kind), layout_(layout)
 {
     // An 8u image as wide as one row's bytes has the same 64-byte aligned
-    // layout as the typed allocation.
-    const long long widthBytes = static_cast<long long>(size.width) * channels * elemSize;
-    if (widthBytes > std::numeric_limits<int>::max())
-        throw std::runtime_error("image row too long");
-    data_ = ovkiMalloc_8u_C1(static_cast<int>(widthBytes), size.height, &step_);
+    // layout as the typed allocation; planes are stacked below each other.
+    const long long widthBytes = static_cast<long long>(rowBytes());
+    const long long height = rows();
+    if (widthBytes > std::numeric_limits<int>::max() || height > std::numeric_limits<int>::max())
+        throw std::runtime_error("image too large");
+    data_ = ovkiMalloc_8u_C1(static_cast<int>(widthBytes), static_cast<int>(height), &step_);
     if (data_ == nullptr)
         throw std::runtime_error("ovkiMalloc_8u_C1 failed");
 }
@@ -44,6 +45,7 @@ Image& Image::operator=(Image&& other) noexcept
         elemSize_ = other.elemSize_;
         depth_ = other.depth_;
         kind_ = other.kind_;
+        layout_ = other.layout_;
     }
     return *this;
 }
@@ -52,7 +54,23 @@ Image::~Image() { ovkiFree(data_); }
 
 cv::Mat Image::mat() const
 {
-    return cv::Mat(size_.height, size_.width, CV_MAKETYPE(depth_, channels_), data_, static_cast<std::size_t>(step_));
+    return cv::Mat(rows(), size_.width, CV_MAKETYPE(depth_, planar() ? 1 : channels_), data_,
+                   static_cast<std::size_t>(step_));
+}
+
+void planesOf(const cv::Mat& stacked, int n, cv::Mat* planes)
+{
+    CV_Assert(n > 0 && stacked.rows % n == 0);
+    const int h = stacked.rows / n;
+    for (int k = 0; k < n; ++k)
+        planes[k] = stacked.rowRange(k * h, (k + 1) * h);
+}
+
+void requireSameData(const cv::Mat* planes, const unsigned char* const* data, int n)
+{
+    for (int k = 0; k < n; ++k)
+        if (planes[k].data != data[k])
+            CV_Error(cv::Error::StsError, "a destination plane was reallocated");
 }
 
 namespace {
@@ -92,20 +110,22 @@ void fillRows(unsigned char* data, int step, OvkiSize size, int channels, Range 
 
 void Image::fillRandom(Range range, unsigned long long seed)
 {
+    const OvkiSize stored{size_.width, rows()};
+    const int c = planar() ? 1 : channels_;
     switch (depth_) {
-    case CV_8U:  fillRows<Ovk8u>(data_, step_, size_, channels_, range, seed); break;
-    case CV_16U: fillRows<Ovk16u>(data_, step_, size_, channels_, range, seed); break;
-    case CV_16S: fillRows<Ovk16s>(data_, step_, size_, channels_, range, seed); break;
-    case CV_32S: fillRows<Ovk32s>(data_, step_, size_, channels_, range, seed); break;
-    case CV_32F: fillRows<Ovk32f>(data_, step_, size_, channels_, range, seed); break;
-    case CV_64F: fillRows<Ovk64f>(data_, step_, size_, channels_, range, seed); break;
+    case CV_8U:  fillRows<Ovk8u>(data_, step_, stored, c, range, seed); break;
+    case CV_16U: fillRows<Ovk16u>(data_, step_, stored, c, range, seed); break;
+    case CV_16S: fillRows<Ovk16s>(data_, step_, stored, c, range, seed); break;
+    case CV_32S: fillRows<Ovk32s>(data_, step_, stored, c, range, seed); break;
+    case CV_32F: fillRows<Ovk32f>(data_, step_, stored, c, range, seed); break;
+    case CV_64F: fillRows<Ovk64f>(data_, step_, stored, c, range, seed); break;
     default: throw std::runtime_error("fillRandom: unsupported depth");
     }
 }
 
 void Image::fillByte(unsigned char value)
 {
-    for (int y = 0; y < size_.height; ++y)
+    for (int y = 0; y < rows(); ++y)
         std::memset(row(y), value, rowBytes());
 }
 
@@ -195,7 +215,7 @@ void runMemcpy(benchmark::State& st, const Registered& op, Workset& w)
         w.copySource.fillByte(0x5A);
     }
     const std::size_t rowBytes = w.dst.rowBytes();
-    const int rows = w.dst.size().height;
+    const int rows = w.dst.rows();
     for (auto _ : st) {
         for (int y = 0; y < rows; ++y)
             std::memcpy(w.dst.row(y), w.copySource.row(y), rowBytes);

@@ -10,8 +10,9 @@
 // one table per operation.
 //
 // The memcpy reference copies the DESTINATION's bytes: one memcpy per row of
-// the destination ROI (width * channels * element size bytes), from a buffer
-// of the destination's geometry into the destination. It reads N bytes and
+// the destination ROI (width * channels * element size bytes; planar: of each
+// plane, width * element size), from a buffer of the destination's geometry
+// into the destination. It reads N bytes and
 // writes N bytes, where N is the destination's byte count; a binary operation
 // reads 2N and writes N, so a perfectly memory-bound binary operation sits
 // near 1.5x memcpy and a unary one near 1x.
@@ -45,6 +46,13 @@ inline constexpr OvkiSize kSizes[] = {{256, 256}, {1920, 1080}, {7680, 4320}};
 // Memory-bound operations also get the memcpy reference.
 enum class Bound { compute, memory };
 
+// How an image's channels are laid out: interleaved in one image, or one
+// plane per channel. A planar image of width x height with c channels is
+// stored as c planes of one channel stacked in one allocation (width x
+// c*height, one step): plane k starts at row k*height. OpenCV sees it as
+// that stacked one-channel cv::Mat; planesOf() cuts it into its planes.
+enum class Layout { packed, planar };
+
 // Closed range of the random values an input is filled with. An empty range
 // (lo > hi) means the element type's default: the full range of integer
 // types, [-100, 100] for floating point.
@@ -63,6 +71,8 @@ struct OpInfo {
     Range src1;                              // value ranges of the inputs
     Range src2;
     OvkiSize (*dstSize)(OvkiSize) = nullptr; // destination size from the source size; null: the same
+    Layout srcLayout = Layout::packed;       // of the sources
+    Layout dstLayout = Layout::packed;       // of the destination
 };
 
 // Element types: OpenCV depth and default fill range.
@@ -81,7 +91,7 @@ public:
     enum class Kind { integer, floating };
 
     Image() = default;
-    Image(OvkiSize size, int channels, int elemSize, int cvDepth, Kind kind);
+    Image(OvkiSize size, int channels, int elemSize, int cvDepth, Kind kind, Layout layout = Layout::packed);
     Image(const Image&) = delete;
     Image& operator=(const Image&) = delete;
     Image(Image&& other) noexcept;
@@ -89,12 +99,17 @@ public:
     ~Image();
 
     bool valid() const { return data_ != nullptr; }
-    OvkiSize size() const { return size_; }
+    OvkiSize size() const { return size_; }  // of the image (of one plane when planar)
     int step() const { return step_; }
-    std::size_t rowBytes() const { return std::size_t(size_.width) * channels_ * elemSize_; }
-    std::size_t bytes() const { return rowBytes() * std::size_t(size_.height); }
+    bool planar() const { return layout_ == Layout::planar; }
+    // The stored rows (height, or channels * height when planar) and the
+    // bytes of each.
+    int rows() const { return planar() ? size_.height * channels_ : size_.height; }
+    std::size_t rowBytes() const { return std::size_t(size_.width) * (planar() ? 1 : channels_) * elemSize_; }
+    std::size_t bytes() const { return rowBytes() * std::size_t(rows()); }
     unsigned char* row(int y) const { return data_ + std::ptrdiff_t(y) * step_; }
     template <class T> T* ptr() const { return reinterpret_cast<T*>(data_); }
+    // Packed: the image; planar: the stacked planes as one single-channel Mat.
     cv::Mat mat() const;
 
     // Uniform random values in [lo, hi] (an empty range: the type's default);
@@ -110,14 +125,33 @@ private:
     int elemSize_ = 0;
     int depth_ = 0;
     Kind kind_ = Kind::integer;
+    Layout layout_ = Layout::packed;
 };
 
 template <class T>
-Image makeImage(OvkiSize size, int channels)
+Image makeImage(OvkiSize size, int channels, Layout layout = Layout::packed)
 {
     return Image(size, channels, int(sizeof(T)), Elem<T>::depth,
-                 std::numeric_limits<T>::is_integer ? Image::Kind::integer : Image::Kind::floating);
+                 std::numeric_limits<T>::is_integer ? Image::Kind::integer : Image::Kind::floating, layout);
 }
+
+// Plane k of a planar image whose first plane starts at p (step in bytes,
+// size of one plane), for the ovk side.
+template <class T>
+T* planeAt(T* p, int step, OvkiSize size, int k)
+{
+    using Byte = std::conditional_t<std::is_const_v<T>, const unsigned char, unsigned char>;
+    return reinterpret_cast<T*>(reinterpret_cast<Byte*>(p) + std::ptrdiff_t(k) * size.height * step);
+}
+
+// The n planes of a planar image as OpenCV sees it (the stacked Mat of
+// Image::mat()), as headers over its memory, for the OpenCV side.
+void planesOf(const cv::Mat& stacked, int n, cv::Mat* planes);
+
+// Throws a cv::Exception unless every planes[k] still points at data[k]: an
+// OpenCV call that reallocated a plane destination did not write into the
+// image (reported by the harness like any other OpenCV error).
+void requireSameData(const cv::Mat* planes, const unsigned char* const* data, int n);
 
 // The images of one run, as the ovk call sees them. src2 is null for unary
 // operations.
@@ -131,6 +165,7 @@ struct Args {
     int dstStep;
     OvkiSize roi;     // source size (the ROI of most calls)
     OvkiSize dstRoi;  // destination size
+    // Planar images: src1 and dst point at plane 0; planeAt() finds the others.
 };
 
 // The images of one operation at one size, shared by its ovk, OpenCV and
@@ -166,8 +201,8 @@ Registered registered(OpInfo info, int inputs)
     Registered r;
     r.info = std::move(info);
     r.inputs = inputs;
-    r.makeSrc = [](OvkiSize s, int c) { return makeImage<TS>(s, c); };
-    r.makeDst = [](OvkiSize s, int c) { return makeImage<TD>(s, c); };
+    r.makeSrc = [layout = r.info.srcLayout](OvkiSize s, int c) { return makeImage<TS>(s, c, layout); };
+    r.makeDst = [layout = r.info.dstLayout](OvkiSize s, int c) { return makeImage<TD>(s, c, layout); };
     return r;
 }
 

@@ -25,7 +25,9 @@ T rampValue(F v)
         if (!(v == v)) return T(0);
         if (v >= hi - F(0.5)) return Elem<T>::max;
         if (v < lo) return Elem<T>::min;
-        return static_cast<T>(static_cast<i64>(std::floor(v + F(0.5))));
+        // The half is added in double precision, where it is exact: in single
+        // precision odd values from 2^23 on would round up to the next even one.
+        return static_cast<T>(static_cast<i64>(std::floor(double(v) + 0.5)));
     }
 }
 

@@ -26,8 +26,8 @@ constexpr T scaleResult(i64 v, int sf)
     if (sf > 0) return saturate<T>(shiftRoundHalfEven(v, sf));
     // Left shift: any non-zero value that leaves T saturates to the bound of its sign.
     if (v == 0) return T(0);
-    const int k = -sf;
     constexpr i64 limit = i64(1) << 40;  // larger than any T's range, small enough to shift safely
+    const int k = sf <= -40 ? 40 : -sf;  // never negates INT_MIN
     if (k >= 40 || v >= (limit >> k) || v <= -(limit >> k)) return saturate<T>(v > 0 ? limit : -limit);
     return saturate<T>(v * (i64(1) << k));
 }
