@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "arith/elementwise.hpp"
+#include "exchange/simd_channels.hpp"
 #include "frame/check.hpp"
 #include "frame/image.hpp"
 #include "frame/layout.hpp"
@@ -77,7 +78,16 @@ OvkStatus copyToPlanes(const T* pSrc, int srcStep, T* const pDst[Planes], int ds
         const T* s = src.row(y);
         T* d[Planes];
         for (int c = 0; c < Planes; ++c) d[c] = Image<T>(pDst[c], dstStep).row(y);
-        for (int x = 0; x < roiSize.width; ++x)
+        int x = 0;
+        if constexpr (std::is_same_v<T, Ovk8u> && Planes == 3) {
+            for (; x + 16 <= roiSize.width; x += 16) {
+                const simd::Planes3 t = simd::deinterleave3(s + 3 * x);
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(d[0] + x), t.c0);
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(d[1] + x), t.c1);
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(d[2] + x), t.c2);
+            }
+        }
+        for (; x < roiSize.width; ++x)
             for (int c = 0; c < Planes; ++c) d[c][x] = s[x * Planes + c];
     }
     return ovkStatusOk;
@@ -95,7 +105,13 @@ OvkStatus copyFromPlanes(const T* const pSrc[Planes], int srcStep, T* pDst, int 
         const T* s[Planes];
         for (int c = 0; c < Planes; ++c) s[c] = Image<const T>(pSrc[c], srcStep).row(y);
         T* d = dst.row(y);
-        for (int x = 0; x < roiSize.width; ++x)
+        int x = 0;
+        if constexpr (std::is_same_v<T, Ovk8u> && Planes == 3) {
+            const auto load = [](const Ovk8u* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
+            for (; x + 16 <= roiSize.width; x += 16)
+                simd::interleave3({load(s[0] + x), load(s[1] + x), load(s[2] + x)}, d + 3 * x);
+        }
+        for (; x < roiSize.width; ++x)
             for (int c = 0; c < Planes; ++c) d[x * Planes + c] = s[c][x];
     }
     return ovkStatusOk;

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 
+#include "exchange/simd_channels.hpp"
 #include "exchange/transpose.hpp"
 #include "frame/layout.hpp"
 
@@ -25,6 +26,27 @@ template <class L, class T>
 void swapPixel(T* a, T* b)
 {
     for (int c = 0; c < L::processed; ++c) std::swap(a[c], b[c]);
+}
+
+// d receives the w pixels of s in reverse order. 8u rows of one or three
+// channels move 16 pixels per step, reversed inside registers.
+template <class L, class T>
+void reverseRow(const T* s, T* d, int w)
+{
+    constexpr int S = L::stored;
+    int x = 0;
+    if constexpr (std::is_same_v<T, Ovk8u> && S == 1) {
+        for (; x + 16 <= w; x += 16)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(d + (w - x - 16)),
+                             simd::reverseBytes(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + x))));
+    } else if constexpr (std::is_same_v<T, Ovk8u> && S == 3 && !L::keepsAlpha) {
+        for (; x + 16 <= w; x += 16) {
+            const simd::Planes3 t = simd::deinterleave3(s + 3 * x);
+            simd::interleave3({simd::reverseBytes(t.c0), simd::reverseBytes(t.c1), simd::reverseBytes(t.c2)},
+                              d + 3 * (w - x - 16));
+        }
+    }
+    for (; x < w; ++x) copyPixel<L>(s + x * S, d + (w - 1 - x) * S);
 }
 
 constexpr OvkStatus mirrorAxisSize(OvkiAxis flip, OvkiSize roi)
@@ -113,7 +135,7 @@ OvkStatus mirror(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiSize roiS
         for (int y = 0; y < h; ++y) {
             const T* s = src.row(y);
             T* d = dst.row(flip == ovkAxsBoth ? h - 1 - y : y);
-            for (int x = 0; x < w; ++x) copyPixel<L>(s + x * S, d + (w - 1 - x) * S);
+            reverseRow<L>(s, d, w);
         }
         break;
     case ovkAxs45:
