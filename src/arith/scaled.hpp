@@ -83,18 +83,22 @@ OvkStatus scaledRow(const T* a, const T* b, T* d, int n, Scale scale)
     return ovkStatusOk;
 }
 
-// Complex integer multiplication, each part in 64-bit arithmetic (two's
-// complement wrap-around in the single case where the exact 32sc sum of two
-// products of extreme values leaves 64 bits).
+// Complex integer multiplication with exact parts. Only (-2^31 - 2^31 i)
+// squared leaves 64 bits (its imaginary part is 2^63); it is held as 2^63 - 1,
+// which scales and rounds to the same result for every scale factor.
 template <class T, class Scale>
 OvkStatus complexMulRow(const T* a, const T* b, T* d, int n, Scale scale)
 {
     using P = Part<T>;
+    const auto exact = [](__int128 v) {
+        constexpr __int128 hi = std::numeric_limits<i64>::max(), lo = std::numeric_limits<i64>::min();
+        return static_cast<i64>(v > hi ? hi : (v < lo ? lo : v));
+    };
     for (int i = 0; i < n; ++i) {
-        const u64 rr = u64(i64(a[i].re) * b[i].re), ii = u64(i64(a[i].im) * b[i].im);
-        const u64 ri = u64(i64(a[i].re) * b[i].im), ir = u64(i64(a[i].im) * b[i].re);
-        d[i].re = scale.template apply<P>(static_cast<i64>(rr - ii));
-        d[i].im = scale.template apply<P>(static_cast<i64>(ri + ir));
+        const __int128 re = __int128(i64(a[i].re) * b[i].re) - i64(a[i].im) * b[i].im;
+        const __int128 im = __int128(i64(a[i].re) * b[i].im) + i64(a[i].im) * b[i].re;
+        d[i].re = scale.template apply<P>(exact(re));
+        d[i].im = scale.template apply<P>(exact(im));
     }
     return ovkStatusOk;
 }
