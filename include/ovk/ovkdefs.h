@@ -68,7 +68,7 @@ typedef struct {
  * ---------------------------------------------------------------------- */
 typedef OVK_ENUM(OvkStatus) {
     /* warnings */
-    ovkStatusSizeWarning          =   48, /* resize tile larger than the specification's destination */
+    ovkStatusSizeWarning          =   48, /* resize tile larger than the destination the resize was set up for */
     ovkStatusQuadNoIntersection   =   30, /* mapped quadrangle misses the destination ROI */
     ovkStatusNoIntersection       =   29, /* source ROI outside the source image */
     ovkStatusNotParallelogram     =   28, /* affine vertices are not a parallelogram */
