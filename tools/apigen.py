@@ -13,6 +13,10 @@ writes:
   stubs.S                         the exported symbols: jump through the slot
   ovkimx.map                      linker version script (only the API is global)
   exports.txt                     the exported names, one per line
+  api.json                        the machine-readable API: every export with its
+                                  family, types, layout, flags, parameters and their
+                                  roles, argument-check plan, traits and in-place
+                                  partner (read by the test harness and the tools)
 
 Registry syntax (one statement per line, '#' starts a comment):
 
@@ -21,13 +25,38 @@ Registry syntax (one statement per line, '#' starts a comment):
   ## Text                         documentation copied into the public header
   shape Name<T, U> RET (PARAMS)   a reusable signature; T, U are placeholders
   ovkiAdd_8u_C1RSfs  Name<Ovk8u,Ovk16s>  impl::expression<Ovk8u, C1>
+  ovkiAdd_8u_C1IRSfs Name<Ovk8u>         inplace
 
 The implementation expression is looked up in namespace ovk and called with
-the function's arguments unchanged. Shapes are shared by all registry files;
-the common ones live in src/frame/shapes.api.
+the function's arguments unchanged. `inplace` makes the function call its
+out-of-place partner (the same name without the I flag) with the
+source/destination passed for the partner's last source and its destination,
+so that every in-place form shares its partner's code. Shapes are shared by
+all registry files; the common ones live in src/frame/shapes.api.
+
+Statements that describe the functions after them (until the file says
+otherwise), for the API description:
+
+  checks pointers size steps rndMode   argument checks in the order they run:
+                                  `pointers` (every pointer parameter, or
+                                  `pointers:pSrc,pDst` for some), `size`,
+                                  `steps`, or a parameter's own check
+                                  (default: pointers size)
+  param rndMode 0..2 -213         a parameter's valid values (A..B, A.., a
+                                  list V,W,... or nonzero; for an array, each
+                                  element) and the status of any other value
+                                  (no status: a range to draw values from)
+  traits pointwise                properties the harness relies on: pointwise
+                                  (each output pixel depends on the input
+                                  pixels at its place only), transposed (the
+                                  destination is the source's size
+                                  transposed), square (the region must be
+                                  square), border (source and destination
+                                  sizes of a border copy), writesAlpha
 """
 
 import argparse
+import json
 import os
 import re
 import sys
@@ -45,6 +74,12 @@ SUBSYSTEMS = [
 ]
 
 NAME_RE = re.compile(r"^ovki[A-Za-z0-9_]+$")
+TYPE_CODES = ["16sc", "32sc", "32fc", "64fc", "8u", "8s", "16u", "16s", "32u", "32s", "64s", "32f", "64f", "1u"]
+TYPES_RE = re.compile(r"^(?:%s)+$" % "|".join(TYPE_CODES))
+LAYOUT_RE = re.compile(r"^((?:AC4|C[1-4]|P[34]|CR)*)(.*)$")
+CHECK_WORDS = ("pointers", "size", "steps")
+TRAIT_WORDS = ("pointwise", "transposed", "square", "border", "writesAlpha")
+STATUS_OF_CHECK = {"pointers": -8, "size": -6, "steps": -14}
 
 
 class RegistryError(Exception):
@@ -70,15 +105,26 @@ class Shape:
 
 
 class Function:
-    def __init__(self, name, ret, params, impl, unit, subsystem, where):
+    def __init__(self, name, ret, params, impl, unit, subsystem, where, shape="", targs=(), notes=None):
         self.name, self.ret, self.params, self.impl = name, ret, params, impl
         self.unit, self.subsystem, self.where = unit, subsystem, where
+        self.shape, self.targs = shape, list(targs)
+        notes = notes or {}
+        self.checks, self.domains, self.traits = notes.get("checks", []), notes.get("params", {}), notes.get("traits", [])
+        self.partner = None  # the out-of-place partner of an `inplace` function
+
+    def param_names(self):
+        return [param_name(p) for p in self.params]
 
     def param_list(self):
         return ", ".join(self.params) if self.params else "void"
 
     def arg_names(self):
-        return ", ".join(re.findall(r"([A-Za-z_][A-Za-z0-9_]*)\s*(?:\[[^\]]*\])?\s*$", p)[0] for p in self.params)
+        return ", ".join(self.param_names())
+
+
+def param_name(p):
+    return re.findall(r"([A-Za-z_][A-Za-z0-9_]*)\s*(?:\[[^\]]*\])?\s*$", p)[0]
 
 
 def split_template_args(text):
@@ -101,6 +147,7 @@ def parse_file(path, root, shapes):
     known."""
     unit = os.path.splitext(os.path.relpath(path, root))[0].replace(os.sep, "_")
     subsystem, includes, pending, docs = None, [], [], []
+    notes = {"checks": ["pointers", "size"], "params": {}, "traits": []}
     with open(path, encoding="utf-8") as f:
         for lineno, raw in enumerate(f, 1):
             where = f"{path}:{lineno}"
@@ -119,6 +166,15 @@ def parse_file(path, root, shapes):
                 subsystem = rest
             elif word == "include":
                 includes.append(rest.strip('"'))
+            elif word == "checks":
+                notes = dict(notes, checks=parse_checks(rest.split(), where))
+            elif word == "param":
+                notes = dict(notes, params=dict(notes["params"], **parse_param(rest.split(), where)))
+            elif word == "traits":
+                unknown = [t for t in rest.split() if t not in TRAIT_WORDS]
+                if unknown:
+                    raise RegistryError(f"{where}: unknown trait(s) {' '.join(unknown)}")
+                notes = dict(notes, traits=rest.split())
             elif word == "shape":
                 shape = parse_shape(rest, where)
                 if shape.name in shapes:
@@ -133,10 +189,39 @@ def parse_file(path, root, shapes):
                     raise RegistryError(f"{where}: '{name}' is not an exported ovki name")
                 if subsystem is None:
                     raise RegistryError(f"{where}: function before any 'subsystem' line")
-                entry = [name, m.group(2), m.group(3) or "", m.group(4).strip(), subsystem, where]
+                entry = [name, m.group(2), m.group(3) or "", m.group(4).strip(), subsystem, where, notes]
                 pending.append(entry)
                 docs.append(("fn", entry))
     return unit, includes, pending, docs
+
+
+def parse_checks(items, where):
+    for item in items:
+        word = item.split(":", 1)[0]
+        if word in ("size", "steps") and ":" in item:
+            raise RegistryError(f"{where}: '{item}': only pointers take a list")
+        if not re.match(r"^[A-Za-z_][A-Za-z0-9_]*(:[A-Za-z0-9_,]+)?$", item):
+            raise RegistryError(f"{where}: cannot read check '{item}'")
+    return items
+
+
+def parse_param(words, where):
+    """param NAME DOMAIN [STATUS] -> {NAME: {"domain": ..., "status": ...}}"""
+    if len(words) not in (2, 3):
+        raise RegistryError(f"{where}: param takes a name, a domain and an optional status")
+    name, text = words[0], words[1]
+    m = re.match(r"^(-?\d+)\.\.(-?\d+)?$", text)
+    if m:
+        domain = {"min": int(m.group(1))}
+        if m.group(2) is not None:
+            domain["max"] = int(m.group(2))
+    elif text == "nonzero":
+        domain = {"nonzero": True}
+    elif re.match(r"^-?\d+(,-?\d+)*$", text):
+        domain = {"values": [int(v) for v in text.split(",")]}
+    else:
+        raise RegistryError(f"{where}: cannot read the domain '{text}'")
+    return {name: {"domain": domain, "status": int(words[2]) if len(words) == 3 else None}}
 
 
 def bind_all(parsed, shapes):
@@ -144,15 +229,195 @@ def bind_all(parsed, shapes):
     result = []
     for unit, includes, pending, docs in parsed:
         bound = {}
-        for name, shape_name, targs, impl, subsystem, where in pending:
+        for name, shape_name, targs, impl, subsystem, where, notes in pending:
             if shape_name not in shapes:
                 raise RegistryError(f"{where}: unknown shape '{shape_name}'")
             ret, params = shapes[shape_name].bind(split_template_args(targs), where)
-            bound[where] = Function(name, ret, params, impl, unit, subsystem, where)
+            bound[where] = Function(name, ret, params, impl, unit, subsystem, where, shape_name,
+                                    split_template_args(targs), notes)
         fns = [bound[e[5]] for e in pending]
         bdocs = [("fn", bound[item[5]]) if kind == "fn" else (kind, item) for kind, item in docs]
         result.append((unit, includes, fns, bdocs))
     return result
+
+
+# ---------------------------------------------------------------------------
+# The API description: names split into their parts, parameter roles, the
+# in-place partners, and the lint that keeps names, shapes and templates in
+# agreement.
+# ---------------------------------------------------------------------------
+
+def split_name(name):
+    """ovkiDiv_Round_8u_C1RSfs -> ("Div_Round", ["8u"], ["C1"], "RSfs")"""
+    parts = name[len("ovki"):].split("_")
+    for i in range(1, len(parts)):
+        if TYPES_RE.match(parts[i]):
+            types = re.findall("|".join(TYPE_CODES), parts[i])
+            m = LAYOUT_RE.match("_".join(parts[i + 1:]))
+            return "_".join(parts[:i]), types, re.findall(r"AC4|C[1-4]|P[34]|CR", m.group(1)), m.group(2)
+    return "_".join(parts), [], [], ""
+
+
+def code_of(ctype):
+    """'const Ovk16sc*' -> '16sc'; None for other types."""
+    m = re.search(r"\bOvk(%s)\b" % "|".join(TYPE_CODES), ctype)
+    return m.group(1) if m else None
+
+
+def describe_params(fn):
+    """Each parameter with its C type and its role for the harness and the tools."""
+    out, last_pointer = [], None
+    for text in fn.params:
+        name = param_name(text)
+        ctype = text[: text.rfind(name)].strip()
+        count = re.search(r"\[(\d+)\]\s*$", text)
+        d = {"name": name, "type": ctype, "elem": code_of(ctype), "count": int(count.group(1)) if count else None}
+        pointer = "*" in ctype or count is not None
+        if name.endswith("Step") and ctype == "int":
+            d["role"], d["of"] = "step", last_pointer
+        elif ctype == "OvkiSize":
+            d["role"] = "roi" if name == "roiSize" else name.replace("Size", "")
+        elif pointer and name.startswith("p"):
+            if name == "pMask":
+                d["role"] = "mask"
+            elif name == "pSeed":
+                d["role"] = "seed"
+            elif count is not None and "*" in ctype:
+                d["role"] = "srcPlanes" if name.startswith("pSrc") else "dstPlanes"
+            elif name.startswith("pSrcDst"):
+                d["role"] = "srcdst"
+            elif name.startswith("pSrc"):
+                d["role"] = "src"
+            elif name.startswith("pDst"):
+                d["role"] = "dst"
+            else:
+                d["role"] = "out"
+            last_pointer = name
+        elif name == "scaleFactor":
+            d["role"] = "scale"
+        elif name in ("value", "val"):
+            d["role"] = "value"
+        else:
+            d["role"] = "array" if count is not None else "scalar"
+        if name in fn.domains:
+            d["domain"] = fn.domains[name]["domain"]
+        out.append(d)
+    return out
+
+
+def image_roles(params):
+    return [p for p in params if p["role"] in ("src", "srcdst", "dst", "srcPlanes", "dstPlanes")]
+
+
+def resolve_inplace(fn, by_name):
+    """The out-of-place partner of an in-place function and, for each of the
+    partner's parameters, the in-place parameter that fills it: the
+    source/destination fills the partner's last source and its destination,
+    other sources fill the partner's first sources in order, steps follow
+    their images and the rest go by name. None when the shapes do not fit
+    that pattern."""
+    family, types, layout, flags = split_name(fn.name)
+    if "I" not in flags:
+        return None
+    partner = by_name.get(f"ovki{family}_{''.join(types)}_{''.join(layout)}{flags.replace('I', '', 1)}")
+    if partner is None:
+        return None
+    mine, theirs = describe_params(fn), describe_params(partner)
+    my_images = [p["name"] for p in image_roles(mine)]
+    their_sources = [p["name"] for p in theirs if p["role"] in ("src", "srcPlanes")]
+    if not my_images or mine[[p["name"] for p in mine].index(my_images[-1])]["role"] != "srcdst":
+        return None
+    image_map = dict(zip(their_sources[:-1], my_images[:-1]))
+    if len(their_sources) != len(my_images):
+        return None
+    image_map[their_sources[-1]] = my_images[-1]
+    for p in theirs:
+        if p["role"] in ("dst", "dstPlanes"):
+            image_map[p["name"]] = my_images[-1]
+    step_of = {p["of"]: p["name"] for p in mine if p["role"] == "step"}
+    mine_names = {p["name"] for p in mine}
+    args = []
+    for p in theirs:
+        if p["name"] in image_map:
+            args.append(image_map[p["name"]])
+        elif p["role"] == "step" and p["of"] in image_map and image_map[p["of"]] in step_of:
+            args.append(step_of[image_map[p["of"]]])
+        elif p["name"] in mine_names:
+            args.append(p["name"])
+        else:
+            return None
+    return partner, args
+
+
+def lint(fn, where):
+    """The type codes and the layout in a name must agree with its shape and
+    with the template arguments of its implementation."""
+    family, types, layout, flags = split_name(fn.name)
+    if not types:
+        return
+    shape_types = {code_of(a) for a in fn.targs} - {None}
+    if shape_types != set(types):
+        raise RegistryError(f"{where}: {fn.name} names {'/'.join(types)} but its shape binds {'/'.join(sorted(shape_types)) or 'no type'}")
+    if fn.impl != "inplace":
+        impl_types = set(re.findall(r"\bOvk(%s)\b" % "|".join(TYPE_CODES), fn.impl))
+        if impl_types and impl_types != set(types):
+            raise RegistryError(f"{where}: {fn.name} names {'/'.join(types)} but its implementation takes {'/'.join(sorted(impl_types))}")
+        impl_layouts = set(re.findall(r"\b(AC4|C[1-4]|P[34])\b", fn.impl))
+        if not impl_layouts <= set(layout):
+            raise RegistryError(f"{where}: {fn.name} is {''.join(layout)} but its implementation takes {' '.join(sorted(impl_layouts))}")
+    counts = [int(a) for a in fn.targs if a.isdigit()]
+    channels = {int(t[-1]) if t != "AC4" else 3 for t in layout if t != "CR"} | {4 if "AC4" in layout else 0}
+    for n in counts:
+        if n not in channels:
+            raise RegistryError(f"{where}: {fn.name}: {n} values do not fit the layout {''.join(layout)}")
+    if ("Sfs" in flags) != ("scaleFactor" in fn.param_names()):
+        raise RegistryError(f"{where}: {fn.name}: the Sfs flag and the scaleFactor parameter must go together")
+    for item in fn.checks:
+        word, _, names = item.partition(":")
+        if word not in CHECK_WORDS and (word not in fn.domains or fn.domains[word]["status"] is None):
+            raise RegistryError(f"{where}: {fn.name}: check '{word}' needs a 'param {word} DOMAIN STATUS' line")
+        for n in filter(None, names.split(",")):
+            if n not in fn.param_names():
+                raise RegistryError(f"{where}: {fn.name} has no parameter '{n}' to check")
+
+
+def describe(fn):
+    family, types, layout, flags = split_name(fn.name)
+    params = describe_params(fn)
+    checks = []
+    for item in fn.checks:
+        word, _, names = item.partition(":")
+        if word == "pointers":
+            chosen = names.split(",") if names else [p["name"] for p in params if "*" in p["type"] or p["count"] is not None]
+            checks.append({"check": "pointers", "status": -8, "params": chosen})
+        elif word in ("size", "steps"):
+            checks.append({"check": word, "status": STATUS_OF_CHECK[word]})
+        else:
+            checks.append({"check": "param", "param": word, "status": fn.domains[word]["status"]})
+    d = {"name": fn.name, "family": family, "subsystem": fn.subsystem, "unit": fn.unit, "types": types,
+         "layout": layout, "flags": flags, "shape": fn.shape, "returns": fn.ret, "params": params,
+         "checks": checks if fn.ret == "OvkStatus" else [], "traits": fn.traits}
+    if fn.partner:
+        d["inplace"] = {"partner": fn.partner[0].name, "args": fn.partner[1]}
+    return d
+
+
+CHUNK = 40  # template instances per generated unit, so that large families compile in parallel
+
+
+def chunks_of(parsed):
+    """The generated units: each registry file's functions in chunks of at
+    most CHUNK instances (in-place delegations cost nothing and ride along)."""
+    for unit, includes, fns, _ in parsed:
+        chunk, count, k = [], 0, 0
+        for fn in fns:
+            if count == CHUNK and fn.impl != "inplace":
+                yield includes, f"{unit}_{k}", chunk
+                chunk, count, k = [], 0, k + 1
+            chunk.append(fn)
+            count += fn.impl != "inplace"
+        if chunk:
+            yield includes, f"{unit}_{k}", chunk
 
 
 def write_if_changed(path, text):
@@ -199,9 +464,13 @@ def unit_text(includes, functions):
     out.append("")
     out.append("namespace ovk {")
     for fn in functions:
-        call = f"{fn.impl}({fn.arg_names()})"
+        if fn.impl == "inplace":  # the partner's code, reached by a call it cannot inline
+            call = f"mx_{fn.partner[0].name}({', '.join(fn.partner[1])})"
+            out.append(f'extern "C" __attribute__((visibility("hidden"))) {fn.partner[0].ret} mx_{fn.partner[0].name}({fn.partner[0].param_list()});')
+        else:
+            call = f"{fn.impl}({fn.arg_names()})"
         body = f"return {call};" if fn.ret != "void" else f"{call};"
-        out.append(f'extern "C" __attribute__((visibility("hidden"))) {fn.ret} mx_{fn.name}({fn.param_list()})')
+        out.append(f'extern "C" __attribute__((visibility("hidden"), noinline)) {fn.ret} mx_{fn.name}({fn.param_list()})')
         out.append(f"{{\n    {body}\n}}")
     out.append("}  // namespace ovk")
     out.append("")
@@ -256,7 +525,7 @@ def main():
     except RegistryError as e:
         sys.exit(f"apigen: {e}")
     if args.list_units:
-        print("\n".join(u for u, _, _, _ in parsed))
+        print("\n".join(name for _, name, _ in chunks_of(parsed)))
         return
 
     functions, seen = [], {}
@@ -267,6 +536,16 @@ def main():
             seen[fn.name] = fn.where
             functions.append(fn)
 
+    by_name = {fn.name: fn for fn in functions}
+    try:
+        for fn in functions:
+            lint(fn, fn.where)
+            fn.partner = resolve_inplace(fn, by_name)
+            if fn.impl == "inplace" and fn.partner is None:
+                raise RegistryError(f"{fn.where}: {fn.name} is 'inplace' but has no out-of-place partner it fits")
+    except RegistryError as e:
+        sys.exit(f"apigen: {e}")
+
     for subsystem, title in SUBSYSTEMS:
         entries = []
         for unit, _, fns, docs in parsed:
@@ -276,12 +555,14 @@ def main():
                 entries += docs
         write_if_changed(os.path.join(args.out, "include", "ovk", f"ovki_{subsystem}.h"),
                          header_text(subsystem, title, entries))
-    for unit, includes, fns, _ in parsed:
-        write_if_changed(os.path.join(args.out, f"mx_{unit}.cpp"), unit_text(includes, fns))
+    for includes, name, fns in chunks_of(parsed):
+        write_if_changed(os.path.join(args.out, f"mx_{name}.cpp"), unit_text(includes, fns))
     write_if_changed(os.path.join(args.out, "entry_table.cpp"), entry_table_text(functions))
     write_if_changed(os.path.join(args.out, "stubs.S"), stubs_text(functions))
     write_if_changed(os.path.join(args.out, "ovkimx.map"), version_script_text(functions))
     write_if_changed(os.path.join(args.out, "exports.txt"), "".join(f"{fn.name}\n" for fn in functions))
+    write_if_changed(os.path.join(args.out, "api.json"),
+                     json.dumps({"functions": [describe(fn) for fn in functions]}, indent=1) + "\n")
 
 
 if __name__ == "__main__":

@@ -2,7 +2,7 @@
 # Installs the Debian packages the build, the tests and the tools need.
 # With --bench, also what the benchmarks need (Google Benchmark, OpenCV).
 set -euo pipefail
-packages=(build-essential cmake ninja-build python3 pkg-config libgtest-dev libpng-dev binutils)
+packages=(build-essential cmake ninja-build python3 pkg-config libgtest-dev libpng-dev binutils libffi-dev nlohmann-json3-dev)
 if [[ "${1:-}" == "--bench" ]]; then
   packages+=(libbenchmark-dev libopencv-dev)
 fi

@@ -167,22 +167,8 @@ Image<Part<T>> partsImage(T* p, int step)
     return Image<Part<T>>(reinterpret_cast<Part<T>*>(p), step);
 }
 
-// In-place forms: the out-of-place form with the source/destination passed as
-// second source and as destination.
-template <auto Fn, class T, class... Extra>
-OvkStatus inPlace(const T* pSrc, int srcStep, T* pSrcDst, int srcDstStep, OvkiSize roiSize, Extra... extra)
-{
-    return Fn(pSrc, srcStep, pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize, extra...);
-}
-
-// Constant in place: the constant comes first, then the source/destination.
-template <auto Fn, class V, class T, class... Extra>
-OvkStatus constantInPlace(V value, T* pSrcDst, int srcDstStep, OvkiSize roiSize, Extra... extra)
-{
-    return Fn(pSrcDst, srcDstStep, value, pSrcDst, srcDstStep, roiSize, extra...);
-}
-
-// One source in place.
+// In place, for the one in-place member without an out-of-place partner
+// (the registry's `inplace` delegation serves every other one).
 template <auto Fn, class T, class... Extra>
 OvkStatus unaryInPlace(T* pSrcDst, int srcDstStep, OvkiSize roiSize, Extra... extra)
 {

@@ -12,6 +12,8 @@
 #include <cstring>
 
 #include "exchange/copy.hpp"
+#include <cstdint>
+
 #include "frame/fill.hpp"
 
 namespace ovk::exchange {
@@ -23,10 +25,13 @@ struct Frame {
     int bottom() const { return dst.height - src.height - top; }
 };
 
+// The sums are formed in 64 bits: a border near INT_MAX must fail the check,
+// not wrap around and pass it.
 inline OvkStatus checkFrame(const Frame& f)
 {
     const bool ok = f.src.width >= 1 && f.src.height >= 1 && f.dst.width >= 1 && f.dst.height >= 1 && f.top >= 0 &&
-                    f.left >= 0 && f.dst.width >= f.src.width + f.left && f.dst.height >= f.src.height + f.top;
+                    f.left >= 0 && f.dst.width >= std::int64_t(f.src.width) + f.left &&
+                    f.dst.height >= std::int64_t(f.src.height) + f.top;
     return ok ? ovkStatusOk : ovkStatusSizeError;
 }
 

@@ -1,0 +1,454 @@
+#include "support/api.hpp"
+
+#include <dlfcn.h>
+#include <ffi.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <stdexcept>
+
+namespace ovktest::api {
+namespace {
+
+struct ElementInfo {
+    int bytes, part;
+    ffi_type* ffi;
+    bool floating;
+};
+
+ffi_type* pairOf(ffi_type* part)
+{
+    static std::map<ffi_type*, std::pair<ffi_type, std::vector<ffi_type*>>> pairs;
+    auto& [t, members] = pairs[part];
+    if (members.empty()) {
+        members = {part, part, nullptr};
+        t = ffi_type{0, 0, FFI_TYPE_STRUCT, members.data()};
+    }
+    return &t;
+}
+
+const ElementInfo& info(const std::string& code)
+{
+    static const std::map<std::string, ElementInfo> table = {
+        {"8u", {1, 1, &ffi_type_uint8, false}},       {"8s", {1, 1, &ffi_type_sint8, false}},
+        {"16u", {2, 2, &ffi_type_uint16, false}},     {"16s", {2, 2, &ffi_type_sint16, false}},
+        {"32u", {4, 4, &ffi_type_uint32, false}},     {"32s", {4, 4, &ffi_type_sint32, false}},
+        {"64s", {8, 8, &ffi_type_sint64, false}},     {"32f", {4, 4, &ffi_type_float, true}},
+        {"64f", {8, 8, &ffi_type_double, true}},      {"16sc", {4, 2, pairOf(&ffi_type_sint16), false}},
+        {"32sc", {8, 4, pairOf(&ffi_type_sint32), false}}, {"32fc", {8, 4, pairOf(&ffi_type_float), true}},
+        {"64fc", {16, 8, pairOf(&ffi_type_double), true}}};
+    auto it = table.find(code);
+    if (it == table.end()) throw std::runtime_error("unknown element type " + code);
+    return it->second;
+}
+
+// Writes v into one element (both parts of a complex one get v).
+void writeNumber(const std::string& code, long long v, std::uint8_t* dst)
+{
+    const ElementInfo& e = info(code);
+    for (int off = 0; off < e.bytes; off += e.part) {
+        if (e.floating && e.part == 4) {
+            const float f = float(v);
+            std::memcpy(dst + off, &f, 4);
+        } else if (e.floating) {
+            const double d = double(v);
+            std::memcpy(dst + off, &d, 8);
+        } else {
+            std::memcpy(dst + off, &v, e.part);  // little-endian: the low bytes
+        }
+    }
+}
+
+ffi_type* ffiTypeOf(const Param& p)
+{
+    if (p.pointer()) return &ffi_type_pointer;
+    if (!p.elem.empty()) return info(p.elem).ffi;
+    if (p.type == "OvkiSize") return pairOf(&ffi_type_sint32);
+    if (p.type == "float") return &ffi_type_float;
+    if (p.type == "double") return &ffi_type_double;
+    if (p.type == "unsigned int" || p.type == "Ovk32u") return &ffi_type_uint32;
+    return &ffi_type_sint32;  // int and every enumeration
+}
+
+std::string readFile(const char* path)
+{
+    std::ifstream in(path);
+    if (!in) throw std::runtime_error(std::string("cannot read ") + path);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+std::vector<Function> load()
+{
+    void* lib = dlopen(OVK_IMX_PATH, RTLD_NOW | RTLD_LOCAL);
+    if (!lib) throw std::runtime_error(dlerror());
+    std::vector<Function> out;
+    const nlohmann::json description = nlohmann::json::parse(readFile(OVK_API_JSON));
+    for (const auto& j : description["functions"]) {
+        Function f;
+        f.name = j["name"];
+        f.family = j["family"];
+        f.flags = j["flags"];
+        f.returns = j["returns"];
+        f.types = j["types"].get<std::vector<std::string>>();
+        f.layout = j["layout"].get<std::vector<std::string>>();
+        for (const auto& t : j["traits"]) f.traits.insert(t.get<std::string>());
+        for (const auto& jp : j["params"]) {
+            Param p;
+            p.name = jp["name"];
+            p.type = jp["type"];
+            p.role = jp["role"];
+            if (!jp["elem"].is_null()) p.elem = jp["elem"];
+            if (!jp["count"].is_null()) p.count = jp["count"];
+            if (jp.contains("of") && !jp["of"].is_null()) p.of = jp["of"];
+            if (jp.contains("domain")) {
+                const auto& d = jp["domain"];
+                Domain dom;
+                if (d.contains("min")) dom.min = d["min"].get<long long>();
+                if (d.contains("max")) dom.max = d["max"].get<long long>();
+                if (d.contains("values")) dom.values = d["values"].get<std::vector<long long>>();
+                dom.nonzero = d.contains("nonzero");
+                p.domain = dom;
+            }
+            f.params.push_back(p);
+        }
+        for (const auto& jc : j["checks"]) {
+            Check c{jc["check"], OvkStatus(jc["status"].get<int>()), {}};
+            if (jc.contains("params")) c.params = jc["params"].get<std::vector<std::string>>();
+            if (jc.contains("param")) c.params = {jc["param"].get<std::string>()};
+            f.checks.push_back(c);
+        }
+        if (j.contains("inplace")) {
+            f.partner = j["inplace"]["partner"];
+            f.partnerArgs = j["inplace"]["args"].get<std::vector<std::string>>();
+        }
+        f.address = dlsym(lib, f.name.c_str());
+        out.push_back(std::move(f));
+    }
+    return out;
+}
+
+}  // namespace
+
+bool Param::image() const
+{
+    return role == "src" || role == "srcdst" || role == "dst" || role == "srcPlanes" || role == "dstPlanes";
+}
+
+const Param* Function::param(const std::string& n) const
+{
+    for (const Param& p : params)
+        if (p.name == n) return &p;
+    return nullptr;
+}
+
+const std::vector<Function>& functions()
+{
+    static const std::vector<Function> all = load();
+    return all;
+}
+
+const Function& find(const std::string& name)
+{
+    for (const Function& f : functions())
+        if (f.name == name) return f;
+    throw std::runtime_error("no export " + name);
+}
+
+int elementBytes(const std::string& code) { return info(code).bytes; }
+int partBytes(const std::string& code) { return info(code).part; }
+
+bool Image::inside(std::size_t offset) const
+{
+    if (offset < std::size_t(roiOffset)) return false;
+    const std::size_t rel = offset - roiOffset;
+    return rel / step < std::size_t(height) && rel % step < std::size_t(width) * channels * elem;
+}
+
+// ---------------------------------------------------------------------------
+
+std::uint32_t Invocation::next()
+{
+    rng_ ^= rng_ << 13;
+    rng_ ^= rng_ >> 17;
+    rng_ ^= rng_ << 5;
+    return rng_;
+}
+
+Invocation::Invocation(const Function& f, const CallSetup& s) : f_(f), setup_(s), roi_(s.roi), rng_(s.seed * 2654435761u + 1)
+{
+    args_.resize(f.params.size());
+    int imageCount = 0;
+    for (const Param& p : f.params) imageCount += p.image() ? std::max(1, p.role.find("Planes") != std::string::npos ? p.count : 1) : 0;
+    images_.reserve(imageCount + 1);
+    for (std::size_t i = 0; i < f.params.size(); ++i) {
+        const Param& p = f.params[i];
+        Arg& a = args_[i];
+        if (p.image() || p.role == "mask")
+            makeImage(p, int(i));
+        else if (p.role == "step") {
+            const int s = image(p.of + (f.param(p.of)->role.find("Planes") != std::string::npos ? "#0" : ""))->step;
+            std::memcpy(a.bytes, &s, 4);
+        } else if (p.role == "roi") {
+            std::memcpy(a.bytes, &roi_, sizeof roi_);
+        } else if (p.role == "srcRoi" || p.role == "dstRoi") {
+            const OvkiSize sz = p.role == "srcRoi" ? roi_ : OvkiSize{roi_.width + 5, roi_.height + 4};
+            std::memcpy(a.bytes, &sz, sizeof sz);
+        } else if (p.role == "scale") {
+            std::memcpy(a.bytes, &setup_.scale, 4);
+        } else if (p.role == "seed") {
+            a.array.assign(4, 0);
+            const std::uint32_t seed = 12345u + s.seed;
+            std::memcpy(a.array.data(), &seed, 4);
+            pointAt(a, a.array.data());
+        } else {
+            fillValue(p, a);
+        }
+    }
+}
+
+void Invocation::pointAt(Arg& a, void* where)
+{
+    a.target = where;
+    std::memcpy(a.bytes, &where, sizeof where);
+}
+
+void Invocation::makeImage(const Param& p, int index)
+{
+    const bool planes = p.role.find("Planes") != std::string::npos;
+    const bool dst = p.role == "dst" || p.role == "dstPlanes";
+    const bool border = f_.has("border");
+    const bool borderInPlace = border && !f_.param("pDst");
+    const std::string token = f_.layout.empty() ? "C1"
+                              : dst && f_.layout.back() != "CR" ? f_.layout.back()
+                                                                : f_.layout.front();
+    Image im;
+    im.elem = p.role == "mask" ? 1 : elementBytes(p.elem);
+    im.channels = planes || p.role == "mask" ? 1 : token == "AC4" ? 4 : token[1] - '0';
+    im.output = dst || p.role == "srcdst" || borderInPlace;
+    im.keepsAlpha = im.output && token == "AC4" && !f_.has("writesAlpha");
+    OvkiSize size = roi_;
+    if (dst && f_.has("transposed")) size = {roi_.height, roi_.width};
+    if ((dst && border) || borderInPlace) size = {roi_.width + 5, roi_.height + 4};
+    im.width = size.width;
+    im.height = size.height;
+    const int rowBytes = im.width * im.channels * im.elem;
+    im.step = rowBytes + (setup_.tight ? 0 : im.elem * int(1 + 2 * (next() % 5)));
+    const int lead = 48 + 3 * im.elem;
+    im.roiOffset = lead;
+    im.bytes.resize(std::size_t(lead) * 2 + std::size_t(im.step) * im.height);
+    for (auto& b : im.bytes) b = std::uint8_t(next() >> 7);
+    if (p.role == "mask")
+        for (auto& b : im.bytes) b = (next() & 1) ? b : 0;
+    im.saved = im.bytes;
+    Arg& a = args_[index];
+    for (int k = 0; k < (planes ? p.count : 1); ++k) {
+        im.param = planes ? p.name + "#" + std::to_string(k) : p.name;
+        images_.push_back(im);
+        Image& placed = images_.back();
+        std::uint8_t* at = borderInPlace ? placed.at(3, 2) : placed.roi();
+        if (borderInPlace) placed.keepsAlpha = placed.output && token == "AC4";
+        if (planes) a.planes.push_back(at);
+        else pointAt(a, at);
+        for (auto& b : im.bytes) b = std::uint8_t(next() >> 9);  // the next plane differs
+        im.saved = im.bytes;
+    }
+    if (planes) pointAt(a, a.planes.data());
+}
+
+void Invocation::fillValue(const Param& p, Arg& a)
+{
+    const Domain d = p.domain.value_or(Domain{});
+    const long long lo = d.min.value_or(0), span = d.max ? *d.max - lo + 1 : 4;
+    if (p.count > 0) {  // an array behind a pointer
+        const int bytes = p.elem.empty() ? 4 : elementBytes(p.elem);
+        a.array.assign(std::size_t(bytes) * p.count, 0);
+        for (int k = 0; k < p.count; ++k) {
+            std::uint8_t* at = a.array.data() + std::size_t(k) * bytes;
+            if (p.elem.empty()) {
+                const int v = int(lo + (p.count - 1 - k) % span);
+                std::memcpy(at, &v, 4);
+            } else if (p.domain && !d.nonzero) {
+                writeNumber(p.elem, lo + long(next() % span), at);
+            } else {
+                writeNumber(p.elem, d.nonzero ? 1 + next() % 9 : long(next() % 200) - 50, at);
+                if (!d.nonzero && next() % 2)
+                    for (int b = 0; b < bytes; ++b) at[b] = std::uint8_t(next());
+            }
+        }
+        pointAt(a, a.array.data());
+    } else if (!p.elem.empty()) {
+        writeNumber(p.elem, d.nonzero ? 1 + next() % 9 : p.domain ? lo + long(next() % span) : long(next() % 100), a.bytes);
+    } else if (p.type == "float" || p.type == "double") {
+        const double v = 0.75 + (next() % 8) * 0.5;
+        if (p.type == "float") {
+            const float f = float(v);
+            std::memcpy(a.bytes, &f, 4);
+        } else {
+            std::memcpy(a.bytes, &v, 8);
+        }
+    } else {
+        int v = p.domain ? int(d.first()) : 0;
+        if (p.name == "topBorderHeight") v = 2;
+        if (p.name == "leftBorderWidth") v = 3;
+        std::memcpy(a.bytes, &v, 4);
+    }
+}
+
+OvkStatus Invocation::call()
+{
+    std::vector<ffi_type*> types;
+    std::vector<void*> values;
+    for (std::size_t i = 0; i < f_.params.size(); ++i) {
+        types.push_back(ffiTypeOf(f_.params[i]));
+        values.push_back(args_[i].bytes);
+    }
+    ffi_cif cif;
+    if (ffi_prep_cif(&cif, FFI_DEFAULT_ABI, unsigned(types.size()), &ffi_type_sint32, types.data()) != FFI_OK)
+        throw std::runtime_error("libffi cannot call " + f_.name);
+    ffi_arg result = 0;
+    ffi_call(&cif, FFI_FN(f_.address), &result, values.data());
+    return OvkStatus(std::int32_t(result));
+}
+
+Image* Invocation::image(const std::string& param)
+{
+    for (Image& im : images_)
+        if (im.param == param) return &im;
+    return nullptr;
+}
+
+std::vector<std::string> Invocation::images(bool outputsOnly) const
+{
+    std::vector<std::string> names;
+    for (const Image& im : images_)
+        if (im.output || !outputsOnly) names.push_back(im.param);
+    return names;
+}
+
+static std::size_t indexOf(const Function& f, const std::string& name)
+{
+    for (std::size_t i = 0; i < f.params.size(); ++i)
+        if (f.params[i].name == name) return i;
+    throw std::runtime_error(f.name + " has no parameter " + name);
+}
+
+void Invocation::setNull(const std::string& param, int plane)
+{
+    Arg& a = args_[indexOf(f_, param)];
+    if (plane >= 0)
+        a.planes[plane] = nullptr;
+    else
+        std::memset(a.bytes, 0, sizeof(void*));
+}
+
+void Invocation::setSize(const std::string& param, OvkiSize size)
+{
+    std::memcpy(args_[indexOf(f_, param)].bytes, &size, sizeof size);
+}
+
+void Invocation::setInt(const std::string& param, int value, int element)
+{
+    Arg& a = args_[indexOf(f_, param)];
+    std::memcpy(a.array.empty() ? a.bytes : a.array.data() + 4 * element, &value, 4);
+}
+
+bool Invocation::breakParam(const std::string& param, int variant)
+{
+    const Param& p = f_.params[indexOf(f_, param)];
+    const Domain d = p.domain.value();
+    Arg& a = args_[indexOf(f_, param)];
+    const int elements = std::max(1, p.count);
+    if (d.nonzero) {
+        if (variant >= elements) return false;
+        const int bytes = elementBytes(p.elem);
+        std::memset((p.count ? a.array.data() : a.bytes) + bytes * variant, 0, bytes);
+        return true;
+    }
+    std::vector<long long> bad;
+    if (!d.values.empty()) {
+        bad = {*std::max_element(d.values.begin(), d.values.end()) + 1, *std::min_element(d.values.begin(), d.values.end()) - 1};
+    } else {
+        if (d.min) bad.push_back(*d.min - 1);
+        if (d.max) bad.push_back(*d.max + 1);
+        bad.push_back(INT_MIN);
+    }
+    if (variant >= int(bad.size()) * elements) return false;
+    setInt(param, int(bad[variant % bad.size()]), variant / int(bad.size()));
+    return true;
+}
+
+void Invocation::copyImage(const Invocation& other, const std::string& from, const std::string& to, int x0, int y0)
+{
+    Image* dst = image(to);
+    const Image* src = nullptr;
+    for (const Image& im : other.images_)
+        if (im.param == from) src = &im;
+    const int rowBytes = dst->width * dst->channels * dst->elem;
+    const std::size_t srcRoi = src->roiOffset + std::size_t(y0) * src->step + std::size_t(x0) * src->channels * src->elem;
+    for (int y = 0; y < dst->height; ++y)
+        std::memcpy(dst->roi() + std::size_t(y) * dst->step, src->saved.data() + srcRoi + std::size_t(y) * src->step, rowBytes);
+    dst->saved = dst->bytes;
+}
+
+void Invocation::copyScalars(const Invocation& other)
+{
+    for (std::size_t i = 0; i < f_.params.size(); ++i) {
+        const Param& p = f_.params[i];
+        const Param* q = other.f_.param(p.name);
+        if (p.image() || p.role == "mask" || p.role == "step" || p.role == "roi" || !q || q->role != p.role) continue;
+        const Arg& o = other.args_[indexOf(other.f_, p.name)];
+        if (!o.array.empty()) {
+            args_[i].array = o.array;
+            pointAt(args_[i], args_[i].array.data());
+        } else if (!p.pointer()) {
+            std::memcpy(args_[i].bytes, o.bytes, sizeof o.bytes);
+        }
+    }
+}
+
+std::string Invocation::unchanged() const
+{
+    for (const Image& im : images_)
+        if (im.bytes != im.saved) return im.param + " was written";
+    return "";
+}
+
+std::string Invocation::writeDiscipline() const
+{
+    for (const Image& im : images_) {
+        for (std::size_t i = 0; i < im.bytes.size(); ++i) {
+            if (im.bytes[i] == im.saved[i]) continue;
+            if (!im.output) return im.param + ": a source was written";
+            if (!im.inside(i)) return im.param + ": written outside the region";
+            if (im.keepsAlpha && (i - im.roiOffset) % im.step / im.elem % 4 == 3) return im.param + ": alpha written";
+        }
+    }
+    return "";
+}
+
+std::vector<std::uint8_t> Invocation::region(const std::string& param, int x0, int y0, int w, int h) const
+{
+    const Image* im = nullptr;
+    for (const Image& i : images_)
+        if (i.param == param) im = &i;
+    if (w < 0) w = im->width - x0;
+    if (h < 0) h = im->height - y0;
+    std::vector<std::uint8_t> out;
+    for (int y = y0; y < y0 + h; ++y)
+        for (int x = x0; x < x0 + w; ++x)
+            for (int c = 0; c < (im->keepsAlpha ? 3 : im->channels); ++c) {
+                const std::uint8_t* e = im->bytes.data() + im->roiOffset + std::size_t(y) * im->step +
+                                        (std::size_t(x) * im->channels + c) * im->elem;
+                out.insert(out.end(), e, e + im->elem);
+            }
+    return out;
+}
+
+}  // namespace ovktest::api

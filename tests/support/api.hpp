@@ -1,0 +1,135 @@
+// Calls to any export, driven by the machine-readable API description that
+// apigen.py writes from the registry (api.json).
+//
+// An Invocation prepares everything one call of one export needs: an image
+// in a guard band for every image parameter (sized by the region, the
+// layout and the function's traits), a valid value for every other parameter
+// (from its role and its declared domain), and a libffi call frame. Tests
+// then break arguments one at a time, call, and ask whether any byte outside
+// a region (or anything at all) changed. Nothing here knows a family: what
+// differs between families is data in the description.
+#pragma once
+
+#include <ovk/ovkimx.h>
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace ovktest::api {
+
+struct Domain {
+    std::optional<long long> min, max;
+    std::vector<long long> values;
+    bool nonzero = false;
+    long long first() const { return values.empty() ? min.value_or(0) : values[0]; }
+};
+
+struct Param {
+    std::string name, type, role, elem, of;  // elem: element code of the type ("8u", "32fc"), or empty
+    int count = 0;                           // array length, 0 for a single value
+    std::optional<Domain> domain;
+    bool pointer() const { return count > 0 || type.find('*') != std::string::npos; }
+    bool image() const;  // src, srcdst, dst, srcPlanes, dstPlanes
+};
+
+struct Check {
+    std::string kind;                 // pointers, size, steps, param
+    OvkStatus status;
+    std::vector<std::string> params;  // pointers: which ones; param: its name
+};
+
+struct Function {
+    std::string name, family, flags, partner, returns;
+    std::vector<std::string> types, layout, partnerArgs;
+    std::vector<Param> params;
+    std::vector<Check> checks;
+    std::set<std::string> traits;
+    void* address = nullptr;
+    bool has(const char* trait) const { return traits.count(trait) != 0; }
+    const Param* param(const std::string& n) const;
+};
+
+// Every export of the description, in registry order, with its address.
+const std::vector<Function>& functions();
+const Function& find(const std::string& name);
+
+// Element codes: bytes of one element, of one part of a complex element.
+int elementBytes(const std::string& code);
+int partBytes(const std::string& code);
+
+// Pixels of a region with one byte string per image row; a guard band
+// around it and padding after each row. Tight images have no padding.
+struct Image {
+    std::string param;
+    int width = 0, height = 0, channels = 0, elem = 0;
+    int step = 0, roiOffset = 0;
+    bool output = false, keepsAlpha = false;
+    std::vector<std::uint8_t> bytes, saved;
+    std::uint8_t* roi() { return bytes.data() + roiOffset; }
+    std::uint8_t* at(int x, int y) { return roi() + std::int64_t(y) * step + std::int64_t(x) * channels * elem; }
+    bool inside(std::size_t offset) const;
+};
+
+struct CallSetup {
+    OvkiSize roi{19, 3};
+    bool tight = false;  // rows without padding
+    unsigned seed = 1;
+    int scale = 1;       // scaleFactor
+};
+
+class Invocation {
+public:
+    Invocation(const Function& f, const CallSetup& s);
+    Invocation(const Invocation&) = delete;
+
+    OvkStatus call();
+
+    // Argument breakers for the check-order tests.
+    void setNull(const std::string& param, int plane = -1);
+    void setSize(const std::string& param, OvkiSize size);
+    void setInt(const std::string& param, int value, int element = 0);
+    // An out-of-domain value for the parameter's check (variant 0, 1, ...);
+    // false when there are no more variants.
+    bool breakParam(const std::string& param, int variant);
+
+    // Copies the initial content of `other`'s image (param `from`) at (x0, y0)
+    // into this invocation's image `to`, and every non-image argument of the same name.
+    void copyImage(const Invocation& other, const std::string& from, const std::string& to, int x0 = 0, int y0 = 0);
+    void copyScalars(const Invocation& other);
+
+    // Nothing changed in any image (after a rejected call).
+    std::string unchanged() const;
+    // Only output regions changed, and AC4 alpha stayed (after a call that succeeded).
+    std::string writeDiscipline() const;
+    // The processed channels of the region of an image, row by row.
+    std::vector<std::uint8_t> region(const std::string& param, int x0 = 0, int y0 = 0, int w = -1, int h = -1) const;
+    Image* image(const std::string& param);
+    // The names of the images (planes as "pDst#1"), or of those the call may write.
+    std::vector<std::string> images(bool outputsOnly = false) const;
+    const Function& function() const { return f_; }
+    OvkiSize roi() const { return roi_; }
+
+private:
+    struct Arg {
+        alignas(16) std::uint8_t bytes[16] = {};
+        std::vector<std::uint8_t> array;  // constants and orders behind a pointer
+        std::vector<void*> planes;        // plane pointer arrays
+        void* target = nullptr;           // what a pointer argument points to
+    };
+    void makeImage(const Param& p, int index);
+    void fillValue(const Param& p, Arg& a);
+    void pointAt(Arg& a, void* where);
+
+    const Function& f_;
+    CallSetup setup_;
+    OvkiSize roi_;
+    std::vector<Arg> args_;
+    std::vector<Image> images_;
+    std::uint32_t rng_;
+    std::uint32_t next();
+};
+
+}  // namespace ovktest::api
