@@ -173,6 +173,13 @@ bool Image::inside(std::size_t offset) const
 
 // ---------------------------------------------------------------------------
 
+static std::size_t indexOf(const Function& f, const std::string& name)
+{
+    for (std::size_t i = 0; i < f.params.size(); ++i)
+        if (f.params[i].name == name) return i;
+    throw std::runtime_error(f.name + " has no parameter " + name);
+}
+
 std::uint32_t Invocation::next()
 {
     rng_ ^= rng_ << 13;
@@ -324,6 +331,76 @@ Image* Invocation::image(const std::string& param)
     return nullptr;
 }
 
+// One part of an element of type `code` at p, as a number, and back.
+static long double readPart(const std::string& code, const std::uint8_t* p)
+{
+    const std::string base = code.back() == 'c' ? code.substr(0, code.size() - 1) : code;
+    auto as = [p](auto v) { std::memcpy(&v, p, sizeof v); return static_cast<long double>(v); };
+    if (base == "8u") return as(std::uint8_t{});
+    if (base == "8s") return as(std::int8_t{});
+    if (base == "16u") return as(std::uint16_t{});
+    if (base == "16s") return as(std::int16_t{});
+    if (base == "32u") return as(std::uint32_t{});
+    if (base == "32s") return as(std::int32_t{});
+    if (base == "64s") return as(std::int64_t{});
+    if (base == "32f") return as(float{});
+    return as(double{});
+}
+
+static void writePart(const std::string& code, std::uint8_t* p, long double v)
+{
+    const std::string base = code.back() == 'c' ? code.substr(0, code.size() - 1) : code;
+    auto put = [p, v](auto t) { t = static_cast<decltype(t)>(v); std::memcpy(p, &t, sizeof t); };
+    if (base == "8u") put(std::uint8_t{});
+    else if (base == "8s") put(std::int8_t{});
+    else if (base == "16u") put(std::uint16_t{});
+    else if (base == "16s") put(std::int16_t{});
+    else if (base == "32u") put(std::uint32_t{});
+    else if (base == "32s") put(std::int32_t{});
+    else if (base == "64s") put(std::int64_t{});
+    else if (base == "32f") put(float{});
+    else put(double{});
+}
+
+static const std::string& elemOf(const Function& f, const std::string& param)
+{
+    return f.param(param.substr(0, param.find('#')))->elem;
+}
+
+long double Invocation::get(const std::string& param, int x, int y, int c, int part) const
+{
+    const std::string& code = elemOf(f_, param);
+    for (const Image& im : images_)
+        if (im.param == param)
+            return readPart(code, im.bytes.data() + im.roiOffset + std::size_t(y) * im.step +
+                                      (std::size_t(x) * im.channels + c) * im.elem + part * partBytes(code));
+    throw std::runtime_error("no image " + param);
+}
+
+void Invocation::set(const std::string& param, int x, int y, int c, int part, long double v)
+{
+    const std::string& code = elemOf(f_, param);
+    Image* im = image(param);
+    const std::size_t at = im->roiOffset + std::size_t(y) * im->step + (std::size_t(x) * im->channels + c) * im->elem +
+                           part * partBytes(code);
+    writePart(code, im->bytes.data() + at, v);
+    std::memcpy(im->saved.data() + at, im->bytes.data() + at, partBytes(code));
+}
+
+long double Invocation::arg(const std::string& param, int k, int part) const
+{
+    const std::size_t i = indexOf(f_, param);
+    const Param& p = f_.params[i];
+    const Arg& a = args_[i];
+    const std::uint8_t* base = a.array.empty() ? a.bytes : a.array.data();
+    if (p.elem.empty()) {
+        int v;
+        std::memcpy(&v, base + 4 * k, 4);
+        return v;
+    }
+    return readPart(p.elem, base + std::size_t(k) * elementBytes(p.elem) + part * partBytes(p.elem));
+}
+
 std::vector<std::string> Invocation::images(bool outputsOnly) const
 {
     std::vector<std::string> names;
@@ -332,12 +409,6 @@ std::vector<std::string> Invocation::images(bool outputsOnly) const
     return names;
 }
 
-static std::size_t indexOf(const Function& f, const std::string& name)
-{
-    for (std::size_t i = 0; i < f.params.size(); ++i)
-        if (f.params[i].name == name) return i;
-    throw std::runtime_error(f.name + " has no parameter " + name);
-}
 
 void Invocation::setNull(const std::string& param, int plane)
 {

@@ -107,6 +107,13 @@ public:
     // The processed channels of the region of an image, row by row.
     std::vector<std::uint8_t> region(const std::string& param, int x0 = 0, int y0 = 0, int w = -1, int h = -1) const;
     Image* image(const std::string& param);
+
+    // Typed element access for oracles: the value of one part of element c
+    // of pixel (x, y) (part 1 is the imaginary part of a complex element), and
+    // of element k of a non-image argument. set() changes the initial content.
+    long double get(const std::string& param, int x, int y, int c, int part = 0) const;
+    void set(const std::string& param, int x, int y, int c, int part, long double v);
+    long double arg(const std::string& param, int k = 0, int part = 0) const;
     // The names of the images (planes as "pDst#1"), or of those the call may write.
     std::vector<std::string> images(bool outputsOnly = false) const;
     const Function& function() const { return f_; }
