@@ -138,27 +138,4 @@ TEST_F(LoadTime, SlotsHoldTheImplementations)
     }
 }
 
-TEST_F(LoadTime, CallsPassThroughTheStubs)
-{
-    auto* getVersion = reinterpret_cast<decltype(&ovkiGetLibVersion)>(dlsym(handle_, "ovkiGetLibVersion"));
-    auto* malloc8u = reinterpret_cast<decltype(&ovkiMalloc_8u_C1)>(dlsym(handle_, "ovkiMalloc_8u_C1"));
-    auto* release = reinterpret_cast<decltype(&ovkiFree)>(dlsym(handle_, "ovkiFree"));
-    ASSERT_NE(getVersion, nullptr);
-    ASSERT_NE(malloc8u, nullptr);
-    ASSERT_NE(release, nullptr);
-
-    const OvkLibraryVersion* version = getVersion();
-    ASSERT_NE(version, nullptr);
-    EXPECT_EQ(version, getVersion());
-    EXPECT_EQ(version->major, 8);
-    EXPECT_EQ(version->minor, 1);
-
-    int step = 0;
-    Ovk8u* image = malloc8u(65, 3, &step);
-    ASSERT_NE(image, nullptr);
-    EXPECT_EQ(step, 128);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(image) % 64, 0u);
-    release(image);
-}
-
 }  // namespace
