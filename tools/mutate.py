@@ -254,6 +254,18 @@ def interrupted(signum, frame):
     raise KeyboardInterrupt
 
 
+def relocate(lines, block, first, reach=40):
+    """Where the recorded lines now start: at their recorded place, or else at
+    the one place within `reach` lines that reads the same (edits above a
+    mutant move it without changing it); None when there is no such place."""
+    def at(i):
+        return 0 <= i and [l.rstrip("\r\n") for l in lines[i:i + len(block)]] == block
+    if at(first):
+        return first
+    places = [i for i in range(first - reach, first + reach + 1) if at(i)]
+    return places[0] if len(places) == 1 else None
+
+
 def cmd_run(args):
     src, build = os.path.abspath(args.source_dir), os.path.abspath(args.build_dir)
     signal.signal(signal.SIGTERM, interrupted)  # kill PID: restore the source as Ctrl-C does
@@ -297,10 +309,9 @@ def cmd_run(args):
                 original = f.read()
             lines = original.splitlines(keepends=True)
             block = m["original"].split("\n")
-            first = m["line"] - 1
-            current = [l.rstrip("\r\n") for l in lines[first:first + len(block)]]
+            first = relocate(lines, block, m["line"] - 1)
             start = time.time()
-            if current != block:
+            if first is None:
                 result["status"] = "not-applicable"
             else:
                 eol = lines[first][len(lines[first].rstrip("\r\n")):] or "\n"
