@@ -117,7 +117,9 @@ std::function<void(Invocation&)> smallDivisions(unsigned seed, int mode)
         placeInputs(inv, [&](int op, int k, int part, ld old) -> ld {
             const ld divisors[] = {0, 1, 2, 4, -2, -4, 8, -8, 3, -0.0L};
             if (k % 4) return e.floating && e.complex ? ld(int(mix(k * 4 + op * 2 + part + seed) % 2001) - 1000) / 8 : old;
-            const ld v = op == 0 ? divisors[(k / 4 + 3 * part + seed) % 10] : ld(int(mix(k + part + seed) % 81) - 40);
+            // Every other divisor takes both parts from one entry: complex zeros (0, 0) and (-0, -0) too.
+            const int entry = (k / 4 + (k % 8 ? 3 * part : 0) + seed) % 10;
+            const ld v = op == 0 ? divisors[entry] : ld(int(mix(k + part + seed) % 81) - 40);
             return e.lo == 0 ? std::fabs(v) : v;
         });
     };

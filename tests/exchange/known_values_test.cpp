@@ -20,6 +20,9 @@ TEST(KnownValues, OverlappingCopyIsForwardElementByElement)
     std::vector<Ovk8u> buf = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
     ASSERT_EQ(ovkiCopy_8u_C1R(buf.data(), 10, buf.data() + 2, 10, {8, 1}), ovkStatusOk);
     EXPECT_EQ(buf, (std::vector<Ovk8u>{1, 2, 1, 2, 1, 2, 1, 2, 1, 2}));
+    buf = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};  // toward lower addresses the element order does not show
+    ASSERT_EQ(ovkiCopy_8u_C1R(buf.data() + 2, 10, buf.data(), 10, {8, 1}), ovkStatusOk);
+    EXPECT_EQ(buf, (std::vector<Ovk8u>{3, 4, 5, 6, 7, 8, 9, 10, 9, 10}));
 }
 
 TEST(KnownValues, ChannelOfInterestAtThePointer)
@@ -85,6 +88,9 @@ TEST(KnownValues, BorderRows)
     Ovk8u frame[5] = {0, 4, 5, 0, 0};
     EXPECT_EQ(after(ovkiCopyReplicateBorder_8u_C1R(frame + 1, -7, {2, 1}, frame + 1, 5, {5, 1}, 0, 1), frame),
               (std::vector<Ovk8u>{4, 4, 5, 5, 5}));
+    Ovk32s wframe[5] = {0, 4, 5, 0, 0};
+    EXPECT_EQ(after(ovkiCopyWrapBorder_32s_C1R(wframe + 1, 20, {2, 1}, wframe + 1, 20, {5, 1}, 0, 1), wframe),
+              (std::vector<Ovk32s>{5, 4, 5, 4, 5}));
 }
 
 TEST(KnownValues, Ramp8u)
