@@ -47,6 +47,12 @@ TEST(KnownValues, DivisionByZero)
     EXPECT_EQ(fd[0], INFINITY);
     EXPECT_EQ(fd[1], INFINITY);
     EXPECT_EQ(std::bit_cast<std::uint32_t>(fd[2]), 0xFFC00000u);
+    // A complex constant is zero only when both parts are: 2 / i = -2i.
+    const Ovk16sc two{2, 0}, i{0, 1};
+    Ovk16sc q{};
+    EXPECT_EQ(ovkiDivC_16sc_C1RSfs(&two, 4, i, &q, 4, {1, 1}, 0), ovkStatusOk);
+    EXPECT_EQ(q.re, 0);
+    EXPECT_EQ(q.im, -2);
 }
 
 TEST(KnownValues, RoundingModesOnNegativeHalves)

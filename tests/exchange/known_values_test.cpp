@@ -51,6 +51,7 @@ TEST(KnownValues, MirrorEdgeCases)
     Ovk8u row[3] = {1, 2, 3};
     EXPECT_EQ(ovkiMirror_8u_C1IR(row, 3, {3, 1}, ovkAxsHorizontal), ovkStatusSizeError);
     EXPECT_EQ(after(ovkiMirror_8u_C1IR(row, 3, {3, 1}, ovkAxsVertical), row), (std::vector<Ovk8u>{3, 2, 1}));
+    EXPECT_EQ(ovkiMirror_8u_C1IR(row, 1, {1, 3}, ovkAxsVertical), ovkStatusSizeError);  // a single column
     // Diagonals refuse regions that overlap in memory; equal pointers and
     // steps mean in place, which has no diagonal.
     Ovk8u canvas[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};

@@ -53,7 +53,9 @@ std::vector<std::pair<std::string, Breaker>> breakersOf(const Function& f, const
     } else if (c.kind == "size" && f.has("border")) {
         add("empty source", [roi](Invocation& i) { i.setSize("srcRoiSize", {0, roi.height}); });
         add("destination too narrow", [roi](Invocation& i) { i.setSize("dstRoiSize", {roi.width + 2, roi.height + 4}); });
+        add("destination too short", [roi](Invocation& i) { i.setSize("dstRoiSize", {roi.width + 5, roi.height + 1}); });
         add("negative top", [](Invocation& i) { i.setInt("topBorderHeight", -1); });
+        add("negative left", [](Invocation& i) { i.setInt("leftBorderWidth", -1); });
         add("huge top", [](Invocation& i) { i.setInt("topBorderHeight", INT_MAX); });
     } else if (c.kind == "size") {
         std::vector<OvkiSize> bad = {{0, roi.height}, {roi.width, 0}, {-1, roi.height}, {roi.width, -3}, {INT_MIN, INT_MIN}};
@@ -162,7 +164,9 @@ TEST_P(EveryExport, InPlaceGivesTheOutOfPlaceResult)
         const OvkStatus expected = out.call();
         ASSERT_EQ(in.call(), expected);
         for (std::size_t k = 0; k < p.params.size(); ++k) {
-            if (p.params[k].role == "dst") EXPECT_EQ(in.region(result), out.region(p.params[k].name));
+            if (p.params[k].role == "dst") {
+                EXPECT_EQ(in.region(result), out.region(p.params[k].name));
+            }
         }
         EXPECT_EQ(in.writeDiscipline(), "");
     }
