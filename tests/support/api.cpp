@@ -191,9 +191,6 @@ std::uint32_t Invocation::next()
 Invocation::Invocation(const Function& f, const CallSetup& s) : f_(f), setup_(s), roi_(s.roi), rng_(s.seed * 2654435761u + 1)
 {
     args_.resize(f.params.size());
-    int imageCount = 0;
-    for (const Param& p : f.params) imageCount += p.image() ? std::max(1, p.role.find("Planes") != std::string::npos ? p.count : 1) : 0;
-    images_.reserve(imageCount + 1);
     for (std::size_t i = 0; i < f.params.size(); ++i) {
         const Param& p = f.params[i];
         Arg& a = args_[i];
@@ -260,7 +257,6 @@ void Invocation::makeImage(const Param& p, int index)
         images_.push_back(im);
         Image& placed = images_.back();
         std::uint8_t* at = borderInPlace ? placed.at(3, 2) : placed.roi();
-        if (borderInPlace) placed.keepsAlpha = placed.output && token == "AC4";
         if (planes) a.planes.push_back(at);
         else pointAt(a, at);
         for (auto& b : im.bytes) b = std::uint8_t(next() >> 9);  // the next plane differs

@@ -134,7 +134,7 @@ private:
     CallSetup setup_;
     OvkiSize roi_;
     std::vector<Arg> args_;
-    std::vector<Image> images_;
+    std::vector<Image> images_;  // each owns its bytes: argument pointers stay valid as this grows
     std::uint32_t rng_;
     std::uint32_t next();
 };
