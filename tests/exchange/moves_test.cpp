@@ -11,8 +11,9 @@ namespace {
 
 using namespace exchange_test;
 
-// Widths around the 16-pixel blocks of the 8u three-channel paths.
-const OvkiSize kRois[] = {{19, 3}, {37, 2}, {1, 1}};
+// Widths around the 16-pixel blocks of the 8u three-channel paths, and one
+// past the 192-element chunks that fills copy along a row.
+const OvkiSize kRois[] = {{19, 3}, {37, 2}, {1, 1}, {200, 2}};
 
 TEST(Copy, EveryElementLandsByLayout)
 {

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/memory.hpp"
+
 namespace {
 
 using AnyMalloc = void* (*)(int, int, int*);
@@ -112,6 +114,27 @@ TEST(CoreMemory, AlignedAndRefusesEmptyRequests)
     EXPECT_EQ(ovkMalloc(0), nullptr);
     EXPECT_EQ(ovkMalloc(-5), nullptr);
     ovkFree(nullptr);
+}
+
+// The internal vector allocators: null below one element, else an aligned
+// block of the length times the element width (a sanitizer build sees any
+// shortfall).
+TEST(VectorMalloc, LengthTimesElementWidth)
+{
+    for (int n : {0, -1, -100}) {
+        EXPECT_EQ(ovksMalloc_8u(n), nullptr);
+        EXPECT_EQ(ovksMalloc_64f(n), nullptr);
+    }
+    Ovk8u* one = ovksMalloc_8u(1);
+    ASSERT_NE(one, nullptr);
+    one[0] = 7;
+    ovksFree(one);
+    Ovk32fc* c = ovksMalloc_32fc(5);
+    ASSERT_NE(c, nullptr);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(c) % 64, 0u);
+    std::memset(c, 0, 5 * sizeof(Ovk32fc));
+    ovksFree(c);
+    ovksFree(nullptr);
 }
 
 }  // namespace
