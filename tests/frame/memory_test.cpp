@@ -119,21 +119,32 @@ TEST(CoreMemory, AlignedAndRefusesEmptyRequests)
 // The internal vector allocators: null below one element, else an aligned
 // block of the length times the element width (a sanitizer build sees any
 // shortfall).
+template <class T>
+void checkVectorMalloc(T* (*allocate)(int))
+{
+    for (int n : {0, -1, -100}) EXPECT_EQ(allocate(n), nullptr);
+    for (int n : {1, 5}) {
+        T* p = allocate(n);
+        ASSERT_NE(p, nullptr);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 64, 0u);
+        std::memset(static_cast<void*>(p), 0, n * sizeof(T));
+        ovksFree(p);
+    }
+}
+
 TEST(VectorMalloc, LengthTimesElementWidth)
 {
-    for (int n : {0, -1, -100}) {
-        EXPECT_EQ(ovksMalloc_8u(n), nullptr);
-        EXPECT_EQ(ovksMalloc_64f(n), nullptr);
-    }
-    Ovk8u* one = ovksMalloc_8u(1);
-    ASSERT_NE(one, nullptr);
-    one[0] = 7;
-    ovksFree(one);
-    Ovk32fc* c = ovksMalloc_32fc(5);
-    ASSERT_NE(c, nullptr);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(c) % 64, 0u);
-    std::memset(c, 0, 5 * sizeof(Ovk32fc));
-    ovksFree(c);
+    checkVectorMalloc(ovksMalloc_8u);
+    checkVectorMalloc(ovksMalloc_8s);
+    checkVectorMalloc(ovksMalloc_16u);
+    checkVectorMalloc(ovksMalloc_16s);
+    checkVectorMalloc(ovksMalloc_16sc);
+    checkVectorMalloc(ovksMalloc_32u);
+    checkVectorMalloc(ovksMalloc_32s);
+    checkVectorMalloc(ovksMalloc_32sc);
+    checkVectorMalloc(ovksMalloc_32f);
+    checkVectorMalloc(ovksMalloc_32fc);
+    checkVectorMalloc(ovksMalloc_64f);
     ovksFree(nullptr);
 }
 

@@ -56,9 +56,14 @@ std::vector<std::pair<std::string, Breaker>> breakersOf(const Function& f, const
         add("destination too short", [roi](Invocation& i) { i.setSize("dstRoiSize", {roi.width + 5, roi.height + 1}); });
         add("negative top", [](Invocation& i) { i.setInt("topBorderHeight", -1); });
         add("negative left", [](Invocation& i) { i.setInt("leftBorderWidth", -1); });
-        add("huge top", [](Invocation& i) { i.setInt("topBorderHeight", INT_MAX); });
+        // Sums of caller sizes near INT_MAX must fail the check, not wrap around and pass it.
+        for (const char* n : {"topBorderHeight", "leftBorderWidth"})
+            for (int v : {INT_MAX, INT_MIN})
+                add(std::string(n) + " = " + std::to_string(v), [n, v](Invocation& i) { i.setInt(n, v); });
+        add("huge source", [](Invocation& i) { i.setSize("srcRoiSize", {INT_MAX, INT_MAX}); });
     } else if (c.kind == "size") {
-        std::vector<OvkiSize> bad = {{0, roi.height}, {roi.width, 0}, {-1, roi.height}, {roi.width, -3}, {INT_MIN, INT_MIN}};
+        std::vector<OvkiSize> bad = {{0, roi.height}, {roi.width, 0}, {-1, roi.height}, {roi.width, -3},
+                                     {INT_MIN, INT_MIN}, {INT_MAX, 0}, {0, INT_MAX}, {INT_MAX, INT_MIN}};
         if (f.has("square")) bad.push_back({roi.width, roi.width + 1});
         for (OvkiSize s : bad)
             add("size " + std::to_string(s.width) + "x" + std::to_string(s.height), [s](Invocation& i) { i.setSize("roiSize", s); });
@@ -176,7 +181,7 @@ TEST_P(EveryExport, PointwiseTilesEqualTheWhole)
 {
     const Function& f = *GetParam();
     if (!f.has("pointwise")) GTEST_SKIP() << "not pointwise";
-    const OvkiSize whole{70, 3};
+    const OvkiSize whole{200, 3};  // one-channel rows longer than the 192-element fill chunk
     // A large scale factor also takes the paths of results that are constant.
     for (int scale : f.param("scaleFactor") ? std::vector<int>{1, 40} : std::vector<int>{1}) {
         CallSetup s = setupOf(f, whole);
