@@ -40,8 +40,12 @@ otherwise), for the API description:
   checks pointers size steps rndMode   argument checks in the order they run:
                                   `pointers` (every pointer parameter, or
                                   `pointers:pSrc,pDst` for some), `size`,
-                                  `steps`, or a parameter's own check
-                                  (default: pointers size)
+                                  `steps`, `minWidth:N` and `minHeight:N`
+                                  (a side of the ROI below N gives the size
+                                  status), or a parameter's own check
+                                  (default: pointers size). A check that
+                                  runs only for some values of a parameter
+                                  says so: `steps@flip=3,4`
   param rndMode 0..2 -213         a parameter's valid values (A..B, A.., a
                                   list V,W,... or nonzero; for an array, each
                                   element) and the status of any other value
@@ -77,9 +81,9 @@ NAME_RE = re.compile(r"^ovki[A-Za-z0-9_]+$")
 TYPE_CODES = ["16sc", "32sc", "32fc", "64fc", "8u", "8s", "16u", "16s", "32u", "32s", "64s", "32f", "64f", "1u"]
 TYPES_RE = re.compile(r"^(?:%s)+$" % "|".join(TYPE_CODES))
 LAYOUT_RE = re.compile(r"^((?:AC4|C[1-4]|P[34]|CR)*)(.*)$")
-CHECK_WORDS = ("pointers", "size", "steps")
+CHECK_WORDS = ("pointers", "size", "steps", "minWidth", "minHeight")
 TRAIT_WORDS = ("pointwise", "transposed", "square", "border", "writesAlpha")
-STATUS_OF_CHECK = {"pointers": -8, "size": -6, "steps": -14}
+STATUS_OF_CHECK = {"pointers": -8, "size": -6, "steps": -14, "minWidth": -6, "minHeight": -6}
 
 
 class RegistryError(Exception):
@@ -197,12 +201,25 @@ def parse_file(path, root, shapes):
 
 def parse_checks(items, where):
     for item in items:
-        word = item.split(":", 1)[0]
-        if word in ("size", "steps") and ":" in item:
-            raise RegistryError(f"{where}: '{item}': only pointers take a list")
-        if not re.match(r"^[A-Za-z_][A-Za-z0-9_]*(:[A-Za-z0-9_,]+)?$", item):
+        if not re.match(r"^[A-Za-z_][A-Za-z0-9_]*(:[A-Za-z0-9_,]+)?(@[A-Za-z_][A-Za-z0-9_]*=-?\d+(,-?\d+)*)?$", item):
             raise RegistryError(f"{where}: cannot read check '{item}'")
+        word, _, arg = item.split("@")[0].partition(":")
+        if word in ("size", "steps") and arg:
+            raise RegistryError(f"{where}: '{item}': size and steps take no argument")
+        if word in ("minWidth", "minHeight") and not arg.isdigit():
+            raise RegistryError(f"{where}: '{item}': {word} takes the smallest side, {word}:N")
     return items
+
+
+def split_check(item):
+    """'steps@flip=3,4' -> ('steps', '', {'param': 'flip', 'values': [3, 4]})"""
+    body, _, cond = item.partition("@")
+    word, _, arg = body.partition(":")
+    when = None
+    if cond:
+        name, _, values = cond.partition("=")
+        when = {"param": name, "values": [int(v) for v in values.split(",")]}
+    return word, arg, when
 
 
 def parse_param(words, where):
@@ -373,10 +390,10 @@ def lint(fn, where):
     if ("Sfs" in flags) != ("scaleFactor" in fn.param_names()):
         raise RegistryError(f"{where}: {fn.name}: the Sfs flag and the scaleFactor parameter must go together")
     for item in fn.checks:
-        word, _, names = item.partition(":")
+        word, names, when = split_check(item)
         if word not in CHECK_WORDS and (word not in fn.domains or fn.domains[word]["status"] is None):
             raise RegistryError(f"{where}: {fn.name}: check '{word}' needs a 'param {word} DOMAIN STATUS' line")
-        for n in filter(None, names.split(",")):
+        for n in [n for n in (names.split(",") if word == "pointers" else []) if n] + ([when["param"]] if when else []):
             if n not in fn.param_names():
                 raise RegistryError(f"{where}: {fn.name} has no parameter '{n}' to check")
 
@@ -386,14 +403,19 @@ def describe(fn):
     params = describe_params(fn)
     checks = []
     for item in fn.checks:
-        word, _, names = item.partition(":")
+        word, arg, when = split_check(item)
         if word == "pointers":
-            chosen = names.split(",") if names else [p["name"] for p in params if "*" in p["type"] or p["count"] is not None]
-            checks.append({"check": "pointers", "status": -8, "params": chosen})
-        elif word in ("size", "steps"):
-            checks.append({"check": word, "status": STATUS_OF_CHECK[word]})
+            chosen = arg.split(",") if arg else [p["name"] for p in params if "*" in p["type"] or p["count"] is not None]
+            check = {"check": "pointers", "status": -8, "params": chosen}
+        elif word in CHECK_WORDS:
+            check = {"check": word, "status": STATUS_OF_CHECK[word]}
+            if arg:
+                check["min"] = int(arg)
         else:
-            checks.append({"check": "param", "param": word, "status": fn.domains[word]["status"]})
+            check = {"check": "param", "param": word, "status": fn.domains[word]["status"]}
+        if when:
+            check["when"] = when
+        checks.append(check)
     d = {"name": fn.name, "family": family, "subsystem": fn.subsystem, "unit": fn.unit, "types": types,
          "layout": layout, "flags": flags, "shape": fn.shape, "returns": fn.ret, "params": params,
          "checks": checks if fn.ret == "OvkStatus" else [], "traits": fn.traits}

@@ -25,13 +25,11 @@ struct Frame {
     int bottom() const { return dst.height - src.height - top; }
 };
 
-// The sums are formed in 64 bits: a border near INT_MAX must fail the check,
-// not wrap around and pass it.
+// Both images at least 1 x 1, and source plus frames within the destination.
 inline OvkStatus checkFrame(const Frame& f)
 {
-    const bool ok = f.src.width >= 1 && f.src.height >= 1 && f.dst.width >= 1 && f.dst.height >= 1 && f.top >= 0 &&
-                    f.left >= 0 && f.dst.width >= std::int64_t(f.src.width) + f.left &&
-                    f.dst.height >= std::int64_t(f.src.height) + f.top;
+    const bool ok = f.src.width >= 1 && f.src.height >= 1 && check::fitsWithin(f.left, f.src.width, f.dst.width) &&
+                    check::fitsWithin(f.top, f.src.height, f.dst.height);
     return ok ? ovkStatusOk : ovkStatusSizeError;
 }
 

@@ -12,6 +12,8 @@
 
 #include <ovk/ovkdefs.h>
 
+#include <cstdint>
+
 namespace ovk::check {
 
 template <class... P>
@@ -39,6 +41,15 @@ template <class... S>
 constexpr OvkStatus steps(S... s)
 {
     return ((s < 1) || ...) ? ovkStatusStepError : ovkStatusOk;
+}
+
+// Whether a part that starts at `offset` and is `length` long lies within
+// `total`. Caller integers are summed in 64 bits, so values near INT_MAX fail
+// the test instead of wrapping around and passing it. Every check that adds
+// or multiplies caller sizes goes through a helper of this kind.
+constexpr bool fitsWithin(int offset, int length, int total)
+{
+    return offset >= 0 && length >= 0 && std::int64_t(offset) + length <= total;
 }
 
 constexpr OvkStatus require(bool condition, OvkStatus failure)

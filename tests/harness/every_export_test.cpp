@@ -39,7 +39,16 @@ CallSetup setupOf(const Function& f, OvkiSize roi = {19, 3}, bool tight = false)
 std::vector<std::pair<std::string, Breaker>> breakersOf(const Function& f, const Check& c, OvkiSize roi)
 {
     std::vector<std::pair<std::string, Breaker>> out;
-    auto add = [&](std::string what, Breaker b) { out.emplace_back(std::move(what), std::move(b)); };
+    // A check that runs only for some values of a parameter gets the first of them too.
+    auto add = [&](std::string what, Breaker b) {
+        if (!c.when.empty()) {
+            const std::string n = c.when;
+            const int v = int(c.whenValues.front());
+            what += " (" + n + " = " + std::to_string(v) + ")";
+            b = [n, v, b](Invocation& i) { i.setInt(n, v); b(i); };
+        }
+        out.emplace_back(std::move(what), std::move(b));
+    };
     if (c.kind == "pointers") {
         for (const std::string& n : c.params) {
             add(n + " null", [n](Invocation& i) { i.setNull(n); });
@@ -61,6 +70,13 @@ std::vector<std::pair<std::string, Breaker>> breakersOf(const Function& f, const
             for (int v : {INT_MAX, INT_MIN})
                 add(std::string(n) + " = " + std::to_string(v), [n, v](Invocation& i) { i.setInt(n, v); });
         add("huge source", [](Invocation& i) { i.setSize("srcRoiSize", {INT_MAX, INT_MAX}); });
+    } else if (c.kind == "minWidth" || c.kind == "minHeight") {
+        const bool width = c.kind == "minWidth";
+        const int side = c.min - 1;
+        add(c.kind + " " + std::to_string(side), [width, side](Invocation& i) {
+            const OvkiSize s = i.size("roiSize");
+            i.setSize("roiSize", width ? OvkiSize{side, s.height} : OvkiSize{s.width, side});
+        });
     } else if (c.kind == "size") {
         std::vector<OvkiSize> bad = {{0, roi.height}, {roi.width, 0}, {-1, roi.height}, {roi.width, -3},
                                      {INT_MIN, INT_MIN}, {INT_MAX, 0}, {0, INT_MAX}, {INT_MAX, INT_MIN}};

@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 #include <ffi.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <climits>
@@ -122,6 +124,11 @@ std::vector<Function> load()
             Check c{jc["check"], OvkStatus(jc["status"].get<int>()), {}};
             if (jc.contains("params")) c.params = jc["params"].get<std::vector<std::string>>();
             if (jc.contains("param")) c.params = {jc["param"].get<std::string>()};
+            if (jc.contains("min")) c.min = jc["min"];
+            if (jc.contains("when")) {
+                c.when = jc["when"]["param"];
+                c.whenValues = jc["when"]["values"].get<std::vector<long long>>();
+            }
             f.checks.push_back(c);
         }
         if (j.contains("inplace")) {
@@ -171,6 +178,31 @@ bool Image::inside(std::size_t offset) const
     return rel / step < std::size_t(height) && rel % step < std::size_t(width) * channels * elem;
 }
 
+static bool guardPages = false;
+
+void useGuardPages(bool on) { guardPages = on; }
+
+// The block sits at the end of its pages (its start aligned to 16 bytes, so
+// at most 15 bytes short of the end), followed by one inaccessible page.
+std::uint8_t* ImageAllocator::allocate(std::size_t bytes)
+{
+    if (!guardPages) return static_cast<std::uint8_t*>(::operator new(bytes));
+    const std::size_t page = std::size_t(sysconf(_SC_PAGESIZE));
+    const std::size_t data = (bytes + page - 1) / page * page;
+    void* base = mmap(nullptr, data + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (base == MAP_FAILED) throw std::bad_alloc();
+    mprotect(static_cast<std::uint8_t*>(base) + data, page, PROT_NONE);
+    return static_cast<std::uint8_t*>(base) + ((data - bytes) & ~std::size_t(15));
+}
+
+void ImageAllocator::deallocate(std::uint8_t* p, std::size_t bytes)
+{
+    if (!guardPages) return ::operator delete(p);
+    const std::size_t page = std::size_t(sysconf(_SC_PAGESIZE));
+    const std::size_t data = (bytes + page - 1) / page * page;
+    munmap(p - ((data - bytes) & ~std::size_t(15)), data + page);
+}
+
 // ---------------------------------------------------------------------------
 
 static std::size_t indexOf(const Function& f, const std::string& name)
@@ -197,7 +229,8 @@ Invocation::Invocation(const Function& f, const CallSetup& s) : f_(f), setup_(s)
         if (p.image() || p.role == "mask")
             makeImage(p, int(i));
         else if (p.role == "step") {
-            const int s = image(p.of + (f.param(p.of)->role.find("Planes") != std::string::npos ? "#0" : ""))->step;
+            const int s = image(p.of + (f.param(p.of)->role.find("Planes") != std::string::npos ? "#0" : ""))->step *
+                          (setup_.bottomUp ? -1 : 1);
             std::memcpy(a.bytes, &s, 4);
         } else if (p.role == "roi") {
             std::memcpy(a.bytes, &roi_, sizeof roi_);
@@ -243,8 +276,9 @@ void Invocation::makeImage(const Param& p, int index)
     im.width = size.width;
     im.height = size.height;
     const int rowBytes = im.width * im.channels * im.elem;
-    im.step = rowBytes + (setup_.tight ? 0 : im.elem * int(1 + 2 * (next() % 5)));
-    const int lead = 48 + 3 * im.elem;
+    const int padding = setup_.tight ? 0 : setup_.padding >= 0 ? setup_.padding : int(1 + 2 * (next() % 5));
+    im.step = rowBytes + im.elem * padding;
+    const int lead = setup_.lead >= 0 ? setup_.lead * im.elem : 48 + 3 * im.elem;
     im.roiOffset = lead;
     im.bytes.resize(std::size_t(lead) * 2 + std::size_t(im.step) * im.height);
     for (auto& b : im.bytes) b = std::uint8_t(next() >> 7);
@@ -256,7 +290,9 @@ void Invocation::makeImage(const Param& p, int index)
         im.param = planes ? p.name + "#" + std::to_string(k) : p.name;
         images_.push_back(im);
         Image& placed = images_.back();
-        std::uint8_t* at = borderInPlace ? placed.at(3, 2) : placed.roi();
+        // Bottom-up images start at the last ROI row (the in-place border's ROI is inside the frame).
+        const int rows = borderInPlace ? roi_.height : placed.height;
+        std::uint8_t* at = placed.at(borderInPlace ? 3 : 0, (borderInPlace ? 2 : 0) + (setup_.bottomUp ? rows - 1 : 0));
         if (planes) a.planes.push_back(at);
         else pointAt(a, at);
         for (auto& b : im.bytes) b = std::uint8_t(next() >> 9);  // the next plane differs
@@ -424,6 +460,26 @@ void Invocation::setInt(const std::string& param, int value, int element)
 {
     Arg& a = args_[indexOf(f_, param)];
     std::memcpy(a.array.empty() ? a.bytes : a.array.data() + 4 * element, &value, 4);
+}
+
+void Invocation::setRaw(const std::string& param, int element, const void* bytes, int count)
+{
+    Arg& a = args_[indexOf(f_, param)];
+    std::memcpy(a.array.empty() ? a.bytes : a.array.data() + std::size_t(count) * element, bytes, count);
+}
+
+OvkiSize Invocation::size(const std::string& param) const
+{
+    OvkiSize s;
+    std::memcpy(&s, args_[indexOf(f_, param)].bytes, sizeof s);
+    return s;
+}
+
+bool Invocation::runs(const Check& c) const
+{
+    if (c.when.empty()) return true;
+    const long long v = static_cast<long long>(arg(c.when));
+    return std::find(c.whenValues.begin(), c.whenValues.end(), v) != c.whenValues.end();
 }
 
 bool Invocation::breakParam(const std::string& param, int variant)

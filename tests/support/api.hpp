@@ -36,9 +36,12 @@ struct Param {
 };
 
 struct Check {
-    std::string kind;                 // pointers, size, steps, param
+    std::string kind;                 // pointers, size, steps, minWidth, minHeight, param
     OvkStatus status;
     std::vector<std::string> params;  // pointers: which ones; param: its name
+    int min = 0;                      // minWidth, minHeight: the smallest side
+    std::string when;                 // the check runs only when this parameter
+    std::vector<long long> whenValues;  // has one of these values
 };
 
 struct Function {
@@ -60,6 +63,23 @@ const Function& find(const std::string& name);
 int elementBytes(const std::string& code);
 int partBytes(const std::string& code);
 
+// Image memory. With guard pages on (the fuzz target), every block ends
+// where an inaccessible page begins, so an overrun past the guard band faults
+// at once; off, it is plain heap memory. Set once, before any image exists.
+void useGuardPages(bool on);
+struct ImageAllocator {
+    using value_type = std::uint8_t;
+    template <class U>
+    struct rebind {
+        using other = ImageAllocator;
+    };
+    std::uint8_t* allocate(std::size_t n);
+    void deallocate(std::uint8_t* p, std::size_t n);
+    bool operator==(const ImageAllocator&) const { return true; }
+    bool operator!=(const ImageAllocator&) const { return false; }
+};
+using Bytes = std::vector<std::uint8_t, ImageAllocator>;
+
 // Pixels of a region with one byte string per image row; a guard band
 // around it and padding after each row. Tight images have no padding.
 struct Image {
@@ -67,7 +87,7 @@ struct Image {
     int width = 0, height = 0, channels = 0, elem = 0;
     int step = 0, roiOffset = 0;
     bool output = false, keepsAlpha = false;
-    std::vector<std::uint8_t> bytes, saved;
+    Bytes bytes, saved;
     std::uint8_t* roi() { return bytes.data() + roiOffset; }
     std::uint8_t* at(int x, int y) { return roi() + std::int64_t(y) * step + std::int64_t(x) * channels * elem; }
     bool inside(std::size_t offset) const;
@@ -78,6 +98,9 @@ struct CallSetup {
     bool tight = false;  // rows without padding
     unsigned seed = 1;
     int scale = 1;       // scaleFactor
+    bool bottomUp = false;  // negative steps: the first ROI row is the last in memory
+    int lead = -1;          // elements before the ROI (the guard band); -1 for the default
+    int padding = -1;       // elements after each row; -1 for a random odd count (0 when tight)
 };
 
 class Invocation {
@@ -91,6 +114,11 @@ public:
     void setNull(const std::string& param, int plane = -1);
     void setSize(const std::string& param, OvkiSize size);
     void setInt(const std::string& param, int value, int element = 0);
+    // Any bytes for element k of a non-image argument (NaN, extremes).
+    void setRaw(const std::string& param, int element, const void* bytes, int count);
+    OvkiSize size(const std::string& param) const;
+    // Whether a check runs with the present arguments (its condition holds).
+    bool runs(const Check& c) const;
     // An out-of-domain value for the parameter's check (variant 0, 1, ...);
     // false when there are no more variants.
     bool breakParam(const std::string& param, int variant);
