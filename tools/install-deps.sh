@@ -1,11 +1,16 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, the tests and the tools need.
-# With --bench, also what the benchmarks need (Google Benchmark, OpenCV).
+# With --bench, also what the benchmarks need (Google Benchmark, OpenCV); with
+# --fuzz, clang and its sanitizer and libFuzzer runtimes.
 set -euo pipefail
 packages=(build-essential cmake ninja-build python3 pkg-config libgtest-dev libpng-dev binutils libffi-dev nlohmann-json3-dev)
-if [[ "${1:-}" == "--bench" ]]; then
-  packages+=(libbenchmark-dev libopencv-dev)
-fi
+for option in "$@"; do
+  case "$option" in
+    --bench) packages+=(libbenchmark-dev libopencv-dev) ;;
+    --fuzz) packages+=(clang libclang-rt-14-dev) ;;
+    *) echo "unknown option $option" >&2; exit 2 ;;
+  esac
+done
 sudo=""
 if [[ "$(id -u)" -ne 0 ]]; then sudo="sudo"; fi
 missing=()
