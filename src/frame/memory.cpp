@@ -1,12 +1,18 @@
 #include "frame/memory.hpp"
 
+#include <cstdint>
+#include <limits>
+
 namespace {
 
+// The byte count is formed in 64 bits: a length whose block would not fit the
+// allocator's int gets null, never a wrapped, smaller block.
 template <class T>
 T* vectorMalloc(int len)
 {
     if (len < 1) return nullptr;
-    const std::uint32_t bytes = static_cast<std::uint32_t>(len) * sizeof(T);  // 32-bit, as for images
+    const std::int64_t bytes = std::int64_t(len) * std::int64_t(sizeof(T));
+    if (bytes > std::numeric_limits<int>::max()) return nullptr;
     return static_cast<T*>(ovkMalloc(static_cast<int>(bytes)));
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <ovk/ovkimx.h>
 
+#include <climits>
 #include <cstdint>
 #include <cstring>
 
@@ -146,6 +147,9 @@ TEST(VectorMalloc, LengthTimesElementWidth)
     checkVectorMalloc(ovksMalloc_32fc);
     checkVectorMalloc(ovksMalloc_64f);
     ovksFree(nullptr);
+    // A block the allocator's int cannot hold gives null, not a wrapped one (8 bytes for 2^29 + 1).
+    EXPECT_EQ(ovksMalloc_64f((1 << 29) + 1), nullptr);
+    EXPECT_EQ(ovksMalloc_32fc(INT_MAX), nullptr);
 }
 
 }  // namespace
