@@ -11,6 +11,7 @@
 //     regions, no source and no AC4 alpha.
 // Functions with no status (allocators, the version) are called with extreme
 // sizes and their blocks written end to end.
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdio>
@@ -71,29 +72,57 @@ struct Call {
     const Function& f;
     Invocation& inv;
     Choices& in;
-    std::set<int> broken;  // indices of the checks the changes broke (if they run)
     std::string changes;
 
-    void note(const std::string& what, int check)
+    void note(const std::string& what) { changes += " " + what; }
+
+    // Whether a declared check fails on the final arguments: its definition,
+    // read from the description.
+    bool fails(const Check& c) const
     {
-        changes += " " + what;
-        if (check >= 0) broken.insert(check);
+        if (c.kind == "pointers") {
+            for (const std::string& n : c.params)
+                if (inv.isNull(n)) return true;
+            return false;
+        }
+        if (c.kind == "steps") {
+            for (const Param& p : f.params)
+                if (p.role == "step" && inv.arg(p.name) < 1) return true;
+            return false;
+        }
+        if (c.kind == "size" && f.has("border")) {
+            const OvkiSize src = inv.size("srcRoiSize"), dst = inv.size("dstRoiSize");
+            const long long top = inv.arg("topBorderHeight"), left = inv.arg("leftBorderWidth");
+            return !(src.width >= 1 && src.height >= 1 && top >= 0 && left >= 0 && left + src.width <= dst.width &&
+                     top + src.height <= dst.height);
+        }
+        if (c.kind == "size" || c.kind == "minWidth" || c.kind == "minHeight") {
+            const OvkiSize roi = inv.size("roiSize");
+            if (c.kind == "minWidth") return roi.width < c.min;
+            if (c.kind == "minHeight") return roi.height < c.min;
+            return roi.width < 1 || roi.height < 1 || (f.has("square") && roi.width != roi.height);
+        }
+        const Param& p = *f.param(c.params.at(0));  // a parameter's own check: its domain
+        const Domain& d = *p.domain;
+        for (int k = 0; k < std::max(1, p.count); ++k) {
+            if (d.nonzero) {
+                const bool complex = !p.elem.empty() && p.elem.back() == 'c';
+                if (inv.arg(p.name, k) == 0 && (!complex || inv.arg(p.name, k, 1) == 0)) return true;
+                continue;
+            }
+            const long long v = static_cast<long long>(inv.arg(p.name, k));
+            if (!d.values.empty() && std::find(d.values.begin(), d.values.end(), v) == d.values.end()) return true;
+            if ((d.min && v < *d.min) || (d.max && v > *d.max)) return true;
+        }
+        return false;
     }
 
-    // The status the call must return: that of the first broken check that
-    // runs with the final arguments, or none (-1 for "not negative").
+    // The index of the first declared check that runs and fails, or -1.
     int expected() const
     {
-        std::set<int> failing;
-        for (int i : broken)
-            if (inv.runs(f.checks[i])) failing.insert(i);
-        for (std::size_t i = 0; i < f.checks.size(); ++i) {
-            const Check& c = f.checks[i];
-            if ((c.kind != "minWidth" && c.kind != "minHeight") || !inv.runs(c)) continue;
-            const OvkiSize roi = inv.size("roiSize");
-            if ((c.kind == "minWidth" ? roi.width : roi.height) < c.min) failing.insert(int(i));
-        }
-        return failing.empty() ? -1 : *failing.begin();
+        for (std::size_t i = 0; i < f.checks.size(); ++i)
+            if (inv.runs(f.checks[i]) && fails(f.checks[i])) return int(i);
+        return -1;
     }
 
     void nullPointer()
@@ -105,7 +134,7 @@ struct Call {
         const std::string n = candidates[in.bits(8) % candidates.size()];
         const bool plane = f.param(n)->role.find("Planes") != std::string::npos && in.flag();
         inv.setNull(n, plane ? 1 : -1);
-        note(n + (plane ? "[1]" : "") + " null", checkOf(f, "pointers", n));
+        note(n + (plane ? "[1]" : "") + " null");
     }
 
     void emptySize()
@@ -116,30 +145,31 @@ struct Call {
         for (const Param& p : f.params)
             if (p.role == "roi" || p.role == "srcRoi" || p.role == "dstRoi") {
                 if (in.flag()) continue;
-                const OvkiSize s = in.among(bad);
+                const OvkiSize s = p.role == "srcRoi" && in.flag() ? OvkiSize{INT_MAX, INT_MAX} : in.among(bad);
                 inv.setSize(p.name, s);
-                note(p.name + "=" + std::to_string(s.width) + "x" + std::to_string(s.height), size);
+                note(p.name + "=" + std::to_string(s.width) + "x" + std::to_string(s.height));
                 return;
             }
     }
 
-    // Steps below 1 where a check rejects them; any step for a one-row image
-    // (its step is never used to reach memory) where none does.
+    // Any step for a one-row image (its step never reaches memory); steps
+    // below 1 for others, where a check rejects them.
     void badStep()
     {
         int steps = checkOf(f, "steps");
         if (steps >= 0 && !inv.runs(f.checks[steps])) steps = -1;
-        std::vector<const Param*> candidates;
+        std::vector<std::pair<const Param*, bool>> candidates;  // the step, and whether any value goes
         for (const Param& p : f.params)
             if (p.role == "step") {
                 const Image* im = inv.image(p.of + (f.param(p.of)->role.find("Planes") != std::string::npos ? "#0" : ""));
-                if (steps >= 0 || im->height == 1) candidates.push_back(&p);
+                if (steps >= 0 || im->height == 1) candidates.emplace_back(&p, im->height == 1);
             }
         if (candidates.empty()) return;
-        const Param& p = *candidates[in.bits(8) % candidates.size()];
-        const int v = in.among(kHostileInts);
-        inv.setInt(p.name, v);
-        note(p.name + "=" + std::to_string(v), steps >= 0 && v < 1 ? steps : -1);
+        const auto [p, anyValue] = candidates[in.bits(8) % candidates.size()];
+        const int belowOne[] = {0, -1, INT_MIN, -32769};
+        const int v = anyValue ? in.among(kHostileInts) : in.among(belowOne);
+        inv.setInt(p->name, v);
+        note(p->name + "=" + std::to_string(v));
     }
 
     // A value out of its declared domain, or any value where none is declared.
@@ -153,7 +183,7 @@ struct Call {
         if (p.domain) {
             const int check = checkOf(f, "param", p.name);
             const int variant = int(in.bits(8) % 8);
-            if (check >= 0 && inv.breakParam(p.name, variant)) note(p.name + " out of its domain", check);
+            if (check >= 0 && inv.breakParam(p.name, variant)) note(p.name + " out of its domain");
             return;
         }
         if (f.has("border") && (p.name == "topBorderHeight" || p.name == "leftBorderWidth")) return borderOffset(p);
@@ -167,7 +197,7 @@ struct Call {
         if (p.elem.empty() && p.type != "float" && p.type != "double") {
             const int v = in.among(kHostileInts);
             inv.setInt(p.name, v, element);
-            note(p.name + "=" + std::to_string(v), -1);
+            note(p.name + "=" + std::to_string(v));
             return;
         }
         const std::string code = p.elem.empty() ? (p.type == "float" ? "32f" : "64f") : p.elem;
@@ -188,7 +218,7 @@ struct Call {
             for (int b = 0; b < bytes; ++b) raw[b] = std::uint8_t(in.bits(8));
         }
         inv.setRaw(p.name, element, raw, bytes);
-        note(p.name + " raw", -1);
+        note(p.name + " raw");
     }
 
     // Border offsets: every value that keeps the source inside the
@@ -197,23 +227,17 @@ struct Call {
     {
         const bool top = p.name == "topBorderHeight", inPlace = !f.param("pDst");
         const OvkiSize src = inv.size("srcRoiSize"), dst = inv.size("dstRoiSize");
-        const int room = top ? dst.height - src.height : dst.width - src.width;
-        const int fits = inPlace ? (top ? 2 : 3) : room;  // in place, the source sits at (3, 2)
-        const int options[] = {0, fits, fits / 2, -1, INT_MIN, INT_MAX, INT_MAX - src.width, room + 1};
+        const long long room = top ? (long long)dst.height - src.height : (long long)dst.width - src.width;
+        // In place the source sits at (3, 2) of the frame's memory: only that offset fits it.
+        const int lo = inPlace ? (top ? 2 : 3) : 0;
+        const int hi = inPlace ? lo : int(std::clamp<long long>(room, 0, INT_MAX));
+        const int nearMax = int(std::clamp<long long>(INT_MAX - (long long)(top ? src.height : src.width), INT_MIN, INT_MAX));
+        const int tooBig = int(std::clamp<long long>((long long)room + 1, INT_MIN, INT_MAX));
+        const int options[] = {lo, hi, (lo + hi) / 2, -1, INT_MIN, INT_MAX, nearMax, tooBig};
         inv.setInt(p.name, in.among(options));
-        note(p.name + "=" + std::to_string(int(inv.arg(p.name))), -1);
+        note(p.name + "=" + std::to_string(int(inv.arg(p.name))));
     }
 
-    // Border sizes: the frame check decides, from the final values.
-    void checkFrame()
-    {
-        if (!f.has("border")) return;
-        const OvkiSize src = inv.size("srcRoiSize"), dst = inv.size("dstRoiSize");
-        const long long top = inv.arg("topBorderHeight"), left = inv.arg("leftBorderWidth");
-        const bool fits = src.width >= 1 && src.height >= 1 && top >= 0 && left >= 0 &&
-                          left + src.width <= dst.width && top + src.height <= dst.height;
-        if (!fits) broken.insert(checkOf(f, "size"));
-    }
 };
 
 int channelsOf(const std::string& token) { return token == "AC4" ? 4 : token[1] - '0'; }
@@ -285,8 +309,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     s.lead = int(in.bits(8) % 40);
     s.padding = int(in.bits(8) % 12);
     Invocation inv(f, s);
-    Call call{f, inv, in, {}, ""};
-    if (s.bottomUp) call.note("bottom-up", checkOf(f, "steps"));
+    Call call{f, inv, in, ""};
+    if (s.bottomUp) call.note("bottom-up");
 
     for (int k = int(in.bits(8) % 4); k > 0; --k) {
         switch (in.bits(8) % 8) {
@@ -296,9 +320,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         default: call.hostileValue(); break;
         }
     }
-    call.checkFrame();
 
     const int first = call.expected();
+    if (std::getenv("OVK_FUZZ_TRACE"))  // to reproduce a finding: which call, with which changes
+        std::fprintf(stderr, "%s %dx%d%s%s, changes:%s\n", f.name.c_str(), s.roi.width, s.roi.height,
+                     s.tight ? " tight" : "", s.bottomUp ? " bottom-up" : "", call.changes.c_str());
     const OvkStatus status = inv.call();
     if (first >= 0) {
         const OvkStatus expected = f.checks[first].status;

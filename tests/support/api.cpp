@@ -121,7 +121,9 @@ std::vector<Function> load()
             f.params.push_back(p);
         }
         for (const auto& jc : j["checks"]) {
-            Check c{jc["check"], OvkStatus(jc["status"].get<int>()), {}};
+            Check c;
+            c.kind = jc["check"];
+            c.status = OvkStatus(jc["status"].get<int>());
             if (jc.contains("params")) c.params = jc["params"].get<std::vector<std::string>>();
             if (jc.contains("param")) c.params = {jc["param"].get<std::string>()};
             if (jc.contains("min")) c.min = jc["min"];
@@ -182,25 +184,44 @@ static bool guardPages = false;
 
 void useGuardPages(bool on) { guardPages = on; }
 
+// Guarded blocks are kept for reuse by their page count: unmapping costs a
+// TLB flush on every core, which would dominate a fuzz run.
+static std::map<std::size_t, std::vector<std::uint8_t*>>& spareMappings()
+{
+    static std::map<std::size_t, std::vector<std::uint8_t*>> spare;
+    return spare;
+}
+
+static std::size_t pageSize() { return std::size_t(sysconf(_SC_PAGESIZE)); }
+
 // The block sits at the end of its pages (its start aligned to 16 bytes, so
 // at most 15 bytes short of the end), followed by one inaccessible page.
 std::uint8_t* ImageAllocator::allocate(std::size_t bytes)
 {
     if (!guardPages) return static_cast<std::uint8_t*>(::operator new(bytes));
-    const std::size_t page = std::size_t(sysconf(_SC_PAGESIZE));
-    const std::size_t data = (bytes + page - 1) / page * page;
-    void* base = mmap(nullptr, data + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (base == MAP_FAILED) throw std::bad_alloc();
-    mprotect(static_cast<std::uint8_t*>(base) + data, page, PROT_NONE);
-    return static_cast<std::uint8_t*>(base) + ((data - bytes) & ~std::size_t(15));
+    const std::size_t page = pageSize(), data = (bytes + page - 1) / page * page;
+    std::vector<std::uint8_t*>& spare = spareMappings()[data];
+    std::uint8_t* base;
+    if (!spare.empty()) {
+        base = spare.back();
+        spare.pop_back();
+    } else {
+        void* m = mmap(nullptr, data + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (m == MAP_FAILED) throw std::bad_alloc();
+        base = static_cast<std::uint8_t*>(m);
+        mprotect(base + data, page, PROT_NONE);
+    }
+    return base + ((data - bytes) & ~std::size_t(15));
 }
 
 void ImageAllocator::deallocate(std::uint8_t* p, std::size_t bytes)
 {
     if (!guardPages) return ::operator delete(p);
-    const std::size_t page = std::size_t(sysconf(_SC_PAGESIZE));
-    const std::size_t data = (bytes + page - 1) / page * page;
-    munmap(p - ((data - bytes) & ~std::size_t(15)), data + page);
+    const std::size_t page = pageSize(), data = (bytes + page - 1) / page * page;
+    std::uint8_t* base = p - ((data - bytes) & ~std::size_t(15));
+    std::vector<std::uint8_t*>& spare = spareMappings()[data];
+    if (spare.size() < 16) spare.push_back(base);
+    else munmap(base, data + page);
 }
 
 // ---------------------------------------------------------------------------
@@ -473,6 +494,14 @@ OvkiSize Invocation::size(const std::string& param) const
     OvkiSize s;
     std::memcpy(&s, args_[indexOf(f_, param)].bytes, sizeof s);
     return s;
+}
+
+bool Invocation::isNull(const std::string& param) const
+{
+    const Arg& a = args_[indexOf(f_, param)];
+    void* p;
+    std::memcpy(&p, a.bytes, sizeof p);
+    return p == nullptr || std::find(a.planes.begin(), a.planes.end(), nullptr) != a.planes.end();
 }
 
 bool Invocation::runs(const Check& c) const

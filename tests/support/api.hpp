@@ -117,6 +117,8 @@ public:
     // Any bytes for element k of a non-image argument (NaN, extremes).
     void setRaw(const std::string& param, int element, const void* bytes, int count);
     OvkiSize size(const std::string& param) const;
+    // Whether a pointer argument (or, for planes, the array or any plane) is null.
+    bool isNull(const std::string& param) const;
     // Whether a check runs with the present arguments (its condition holds).
     bool runs(const Check& c) const;
     // An out-of-domain value for the parameter's check (variant 0, 1, ...);
