@@ -291,7 +291,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     static const std::vector<const Function*> all = allFunctions();
     Choices in(data, size);
-    const Function& f = *all[in.bits(16) % all.size()];
+    const std::size_t chosen = in.bits(16) % all.size();
+    const Function& f = *all[chosen];
+    // One line when the run has called every export at least once.
+    static std::vector<bool> called(all.size());
+    static std::size_t calls = 0, distinct = 0;
+    ++calls;
+    if (!called[chosen]) {
+        called[chosen] = true;
+        if (++distinct == all.size()) std::fprintf(stderr, "every one of the %zu exports called (%zu calls)\n", distinct, calls);
+    }
     if (f.returns != "OvkStatus") {
         fuzzUnchecked(f, in);
         return 0;
