@@ -1,18 +1,11 @@
 #!/usr/bin/env python3
 """Symbol-table checks of the two shared libraries.
 
-  check_symbols.py exports  --imx LIB --core LIB --export-list exports.txt --core-map ovkcore.map
+  check_symbols.py exports --imx LIB --core LIB --export-list exports.txt --core-map ovkcore.map
                             --imx-soname NAME --core-soname NAME [--nm NM] [--readelf READELF]
       The dynamic symbol tables hold exactly the registry's names (libovkimx)
       and the version script's names (libovkcore), nothing internal leaks,
       and the sonames and the dependency of libovkimx on libovkcore are right.
-
-  check_symbols.py dispatch --imx LIB --export-list exports.txt [--nm NM] [--objdump OBJDUMP]
-                            [--readelf READELF]
-      Every exported function of libovkimx has a local mx_<name> and a local
-      <name>_arraddr slot in the static symbol table, the slot lies in the
-      read-only-after-relocation segment, and the exported function is one
-      indirect jump through its slot.
 """
 import argparse
 import re
@@ -138,85 +131,9 @@ def cmd_exports(args):
     return report.failures
 
 
-def relro_ranges(readelf, lib):
-    ranges = []
-    for line in run([readelf, "-lW", lib]).splitlines():
-        fields = line.split()
-        if fields and fields[0] == "GNU_RELRO":
-            vaddr, memsz = int(fields[2], 16), int(fields[5], 16)
-            ranges.append((vaddr, vaddr + memsz))
-    return ranges
-
-
-JUMP = re.compile(r"^\s*([0-9a-f]+):\s+(?:notrack\s+)?jmpq?\s+\*(?:0x[0-9a-f]+)?\(%rip\)\s+#\s*([0-9a-f]+)\s+<([^>]+)>")
-INSN = re.compile(r"^\s*([0-9a-f]+):\s+(.*\S)")
-
-
-def cmd_dispatch(args):
-    report = Report()
-    names = read_lines(args.export_list)
-    table = {}
-    for name, kind, address, size in nm_symbols(args.nm, args.imx, dynamic=False):
-        table.setdefault(name, []).append((kind, address, size))
-
-    def one(name, kinds, what):
-        entries = table.get(name, [])
-        if len(entries) != 1:
-            report.fail(f"{name}: {len(entries)} {what} symbols in the static table, expected 1")
-            return None
-        kind, address, size = entries[0]
-        if kind not in kinds:
-            report.fail(f"{name}: symbol type {kind}, expected one of {sorted(kinds)} ({what})")
-            return None
-        return address, size
-
-    relro = relro_ranges(args.readelf, args.imx)
-    if not relro:
-        report.fail("libovkimx has no GNU_RELRO segment")
-
-    # Instructions by address, from one disassembly of the library.
-    insns = []
-    for line in run([args.objdump, "-d", "--no-show-raw-insn", "-w", args.imx]).splitlines():
-        m = INSN.match(line)
-        if m:
-            insns.append((int(m.group(1), 16), line))
-
-    stubs = {}
-    for name in names:
-        stub = one(name, {"T"}, "exported function")
-        impl = one("mx_" + name, {"t"}, "local implementation")
-        slot = one(name + "_arraddr", {"d", "r"}, "local slot")
-        if slot:
-            address, size = slot
-            if size != 8:
-                report.fail(f"{name}_arraddr: size {size}, expected 8")
-            if relro and not any(lo <= address and address + 8 <= hi for lo, hi in relro):
-                report.fail(f"{name}_arraddr at {address:#x} is outside the read-only-after-relocation segment")
-        if stub and slot and impl is not None:
-            stubs[name] = (stub, slot[0])
-
-    for name, ((address, size), slot_address) in stubs.items():
-        if size == 0:
-            report.fail(f"{name}: exported function has size 0")
-            continue
-        body = [line for at, line in insns if address <= at < address + size]
-        if len(body) != 1:
-            report.fail(f"{name}: {len(body)} instructions, expected one indirect jump:\n    " + "\n    ".join(body))
-            continue
-        m = JUMP.match(body[0])
-        if not m:
-            report.fail(f"{name}: not an indirect jump through a RIP-relative slot: {body[0].strip()}")
-        elif int(m.group(2), 16) != slot_address or m.group(3) != name + "_arraddr":
-            report.fail(f"{name}: jumps through {m.group(3)} at {m.group(2)}, "
-                        f"expected {name}_arraddr at {slot_address:x}")
-
-    print(f"libovkimx: {len(names)} exported functions, {len(stubs)} with implementation, slot and stub checked")
-    return report.failures
-
-
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("mode", choices=["exports", "dispatch"])
+    parser.add_argument("mode", choices=["exports"])
     parser.add_argument("--imx", required=True)
     parser.add_argument("--core")
     parser.add_argument("--export-list", required=True)
@@ -225,11 +142,10 @@ def main():
     parser.add_argument("--core-soname", default="libovkcore.so.8.1")
     parser.add_argument("--nm", default="nm")
     parser.add_argument("--readelf", default="readelf")
-    parser.add_argument("--objdump", default="objdump")
     args = parser.parse_args()
-    if args.mode == "exports" and not (args.core and args.core_map):
+    if not (args.core and args.core_map):
         parser.error("exports needs --core and --core-map")
-    failures = cmd_exports(args) if args.mode == "exports" else cmd_dispatch(args)
+    failures = cmd_exports(args)
     if failures:
         print(f"{failures} check(s) failed")
         return 1

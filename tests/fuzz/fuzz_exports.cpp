@@ -266,6 +266,7 @@ void fuzzUnchecked(const Function& f, Choices& in)
     int stepOut = -7;
     const bool noStep = in.flag();
     void* p = reinterpret_cast<void* (*)(int, int, int*)>(f.address)(w, h, noStep ? nullptr : &stepOut);
+    if (!noStep && !valid && stepOut != 0) fail(f, "a step for an empty request", "");
     if (noStep || !valid || int(total) <= 0) {
         if (p != nullptr) fail(f, "a block for a request that has none", "");
         ovkiFree(p);
