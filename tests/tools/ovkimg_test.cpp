@@ -166,8 +166,8 @@ TEST_F(Tool, DamagedAndForeignFilesAreRejectedNamingFileAndProblem) {
         EXPECT_NE(errorOf([&] { readImage(file("bad")); }).find("'" + file("bad") + "': " + problem), npos) << problem;
     }
     EXPECT_EQ(errorOf([&] { readImage(file("none")); }), "cannot open '" + file("none") + "': No such file or directory");
-    writeBytes(file("huge.pgm"), "P5\n100000 100000\n255\n");  // this message does not name the file
-    EXPECT_NE(errorOf([&] { readImage(file("huge.pgm")); }).find("unsupported image size"), npos);
+    writeBytes(file("huge.pgm"), "P5\n100000 100000\n255\n");
+    EXPECT_NE(errorOf([&] { readImage(file("huge.pgm")); }).find("'" + file("huge.pgm") + "': unsupported image size"), npos);
 }
 
 TEST_F(Tool, FailedWritesLeaveNoFileBehind) {

@@ -26,6 +26,15 @@ namespace {
     throw std::runtime_error("'" + path + "': " + problem);
 }
 
+// The image for a file's pixels; a size the library cannot hold names the file.
+Image imageFor(const std::string& path, SampleType type, int channels, int width, int height) {
+    try {
+        return Image(type, channels, width, height);
+    } catch (const std::runtime_error& e) {
+        fail(path, e.what());
+    }
+}
+
 struct FileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
@@ -163,8 +172,8 @@ Image readPng(std::FILE* file, const std::string& path) {
     if (layout.width > png_uint_32(INT32_MAX) || layout.height > png_uint_32(INT32_MAX)) {
         fail(path, "PNG too large");
     }
-    Image image(layout.bitDepth == 16 ? SampleType::U16 : SampleType::U8, layout.channels, int(layout.width),
-                int(layout.height));
+    Image image = imageFor(path, layout.bitDepth == 16 ? SampleType::U16 : SampleType::U8, layout.channels,
+                           int(layout.width), int(layout.height));
     std::vector<png_bytep> rows(image.height());
     for (int y = 0; y < image.height(); ++y) rows[y] = image.row<png_byte>(y);
     if (!pngReadRows(reader, rows.data())) failCorruptPng(path, reader.context);
@@ -248,7 +257,7 @@ Image readPnm(std::FILE* file, const std::string& path) {
     }
     if (maxval < 1 || maxval > 65535) fail(path, "corrupt PNM header: maxval " + std::to_string(maxval));
 
-    Image image(maxval > 255 ? SampleType::U16 : SampleType::U8, channels, int(width), int(height));
+    Image image = imageFor(path, maxval > 255 ? SampleType::U16 : SampleType::U8, channels, int(width), int(height));
     for (int y = 0; y < image.height(); ++y) {
         unsigned char* row = image.row<unsigned char>(y);
         if (std::fread(row, 1, image.rowBytes(), file) != image.rowBytes()) {
