@@ -15,6 +15,7 @@
 
 #include <emmintrin.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "arith/div.hpp"
@@ -184,12 +185,27 @@ OvkStatus sqrtFloatImage(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiS
 // Exp and Ln: integer types compute in double precision, then scale by
 // 2^-scaleFactor, round half to even and saturate.
 // ---------------------------------------------------------------------------
+// e^x * 2^-sf. When e^x or 2^-sf leaves the double range, the power of two
+// is split off first (x = k ln 2 + r), so that a result in the destination's
+// range comes out right for any scale factor (e^65535 * 2^-94548 is about 1).
+inline double expTimesPowerOfTwo(double x, int sf, double scale)
+{
+    const double e = std::exp(x);
+    if (std::isfinite(e) && sf >= -1000 && sf <= 1000) return e * scale;
+    constexpr long double ln2 = 0.693147180559945309417232121458176568L;
+    const long double k = std::nearbyint(x / ln2);
+    const double r = static_cast<double>(x - k * ln2);
+    const long long shift = static_cast<long long>(k) - std::clamp(sf, -200000, 200000);
+    return std::ldexp(std::exp(r), static_cast<int>(std::clamp(shift, -400000LL, 400000LL)));
+}
+
 template <class T, class L>
 OvkStatus expScaled(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiSize roiSize, int scaleFactor)
 {
     const double scale = scaleDouble(scaleFactor);
-    return unaryImage<T, L>(pSrc, srcStep, pDst, dstStep, roiSize, [scale](const T* s, T* d, int n) {
-        for (int i = 0; i < n; ++i) d[i] = saturateRound<T>(std::exp(static_cast<double>(s[i])) * scale);
+    return unaryImage<T, L>(pSrc, srcStep, pDst, dstStep, roiSize, [scale, scaleFactor](const T* s, T* d, int n) {
+        for (int i = 0; i < n; ++i)
+            d[i] = saturateRound<T>(expTimesPowerOfTwo(static_cast<double>(s[i]), scaleFactor, scale));
         return ovkStatusOk;
     });
 }
