@@ -3,7 +3,7 @@
 // saturation. This family checks steps BEFORE the size.
 #pragma once
 
-#include "arith/elementwise.hpp"
+#include "frame/elementwise.hpp"
 
 namespace ovk::arith {
 

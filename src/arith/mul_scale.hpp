@@ -8,7 +8,7 @@
 
 #include <emmintrin.h>
 
-#include "arith/elementwise.hpp"
+#include "frame/elementwise.hpp"
 
 namespace ovk::arith {
 

@@ -4,7 +4,7 @@
 // three row kernels, so the element loops carry no branches on it.
 #pragma once
 
-#include "arith/elementwise.hpp"
+#include "frame/elementwise.hpp"
 #include "arith/simd_sfs.hpp"
 #include "frame/scaling.hpp"
 

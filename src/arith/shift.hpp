@@ -6,7 +6,7 @@
 // path. Checks: pointers, steps, then size.
 #pragma once
 
-#include "arith/elementwise.hpp"
+#include "frame/elementwise.hpp"
 
 namespace ovk::arith {
 

@@ -116,9 +116,9 @@ OvkStatus copyReplicateBorder(const T* pSrc, int srcStep, OvkiSize srcRoiSize, T
 // ---------------------------------------------------------------------------
 template <class T, class L>
 OvkStatus copyConstBorder(const T* pSrc, int srcStep, OvkiSize srcRoiSize, T* pDst, int dstStep, OvkiSize dstRoiSize,
-                          int topBorderHeight, int leftBorderWidth, arith::ConstArg<T, L> value)
+                          int topBorderHeight, int leftBorderWidth, ConstArg<T, L> value)
 {
-    const T* values = arith::constantValues<T, L>(value);
+    const T* values = constantValues<T, L>(value);
     OVK_CHECK(check::pointers(pSrc, pDst, values));
     OVK_CHECK(check::steps(srcStep, dstStep));
     const Frame f{srcRoiSize, dstRoiSize, topBorderHeight, leftBorderWidth};

@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-#include "arith/elementwise.hpp"
+#include "frame/elementwise.hpp"
 #include "exchange/simd_channels.hpp"
 #include "frame/check.hpp"
 #include "frame/image.hpp"

@@ -2,13 +2,10 @@
 // Dup (a grey image written into every channel). Checks: pointers, size.
 #pragma once
 
-#include "arith/elementwise.hpp"
+#include "frame/elementwise.hpp"
 #include "frame/fill.hpp"
 
 namespace ovk::exchange {
-
-using arith::ConstArg;
-using arith::constantValues;
 
 template <class T, class L>
 OvkStatus set(ConstArg<T, L> value, T* pDst, int dstStep, OvkiSize roiSize)

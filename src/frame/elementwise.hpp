@@ -1,5 +1,5 @@
-// The element-wise engine behind arithmetic, logic, shifts and the elementary
-// functions.
+// The element-wise engine behind arithmetic, logic, shifts, the elementary
+// functions, copies and sets (and every family that works pixel by pixel).
 //
 // An operation is a row function over n contiguous elements:
 //
@@ -32,7 +32,7 @@
 #include "frame/layout.hpp"
 #include "frame/types.hpp"
 
-namespace ovk::arith {
+namespace ovk {
 
 // Elements in one chunk of a repeated constant: a multiple of every channel
 // count (1, 2, 3, 4, 6, 8) and of every vector width.
@@ -175,4 +175,4 @@ OvkStatus unaryInPlace(T* pSrcDst, int srcDstStep, OvkiSize roiSize, Extra... ex
     return Fn(pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize, extra...);
 }
 
-}  // namespace ovk::arith
+}  // namespace ovk
