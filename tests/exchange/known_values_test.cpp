@@ -46,6 +46,16 @@ TEST(KnownValues, SwapChannelsWithAlphaValue)
     EXPECT_EQ(dst[3], 77);
 }
 
+// Four channels into three read three order entries: what follows them in
+// the caller's memory is never looked at.
+TEST(KnownValues, SwapFourIntoThreeReadsThreeEntries)
+{
+    const Ovk8u rgba[4] = {10, 20, 30, 40};
+    Ovk8u dst[3] = {};
+    const int order[4] = {3, 0, 2, -1};
+    EXPECT_EQ(after(ovkiSwapChannels_8u_C4C3R(rgba, 4, dst, 3, {1, 1}, order), dst), (std::vector<Ovk8u>{40, 10, 30}));
+}
+
 TEST(KnownValues, MirrorEdgeCases)
 {
     Ovk8u row[3] = {1, 2, 3};
