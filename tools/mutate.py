@@ -281,7 +281,7 @@ def cmd_run(args):
     # Every target: tests that compile a library source themselves (the
     # internal allocators) must see the mutant too; ninja redoes only what
     # depends on the mutated file.
-    lib = ["cmake", "--build", build, "-j", str(args.jobs)]
+    rebuild = ["cmake", "--build", build, "-j", str(args.jobs)]
     if not os.path.exists(os.path.join(build, "build.ninja")):
         rc, out = sh(["cmake", "-S", src, "-B", build, "-G", "Ninja", "-DOVK_BUILD_TESTS=ON",
                       "-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_CXX_FLAGS_RELEASE=-O1 -DNDEBUG",
@@ -322,7 +322,7 @@ def cmd_run(args):
                 try:
                     with open(path, "w", encoding="utf-8", newline="") as f:
                         f.write("".join(mutated))
-                    rc, out = sh(lib, timeout=args.build_timeout)
+                    rc, out = sh(rebuild, timeout=args.build_timeout)
                     result["build_seconds"] = round(time.time() - start, 1)
                     if rc:
                         result["status"] = "stillborn"
@@ -345,7 +345,7 @@ def cmd_run(args):
     except KeyboardInterrupt:
         print("interrupted; the source is restored", flush=True)
     finally:
-        rc, out = sh(lib)
+        rc, out = sh(rebuild)
         if rc:
             print(f"warning: the final rebuild failed:\n{out[-2000:]}", flush=True)
     counts, rate = summarise(report["results"])

@@ -18,7 +18,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <set>
 #include <string>
 
 #include "support/api.hpp"
@@ -161,7 +160,7 @@ struct Call {
         std::vector<std::pair<const Param*, bool>> candidates;  // the step, and whether any value goes
         for (const Param& p : f.params)
             if (p.role == "step") {
-                const Image* im = inv.image(p.of + (f.param(p.of)->role.find("Planes") != std::string::npos ? "#0" : ""));
+                const Image* im = inv.imageOf(p);
                 if (steps >= 0 || im->height == 1) candidates.emplace_back(&p, im->height == 1);
             }
         if (candidates.empty()) return;

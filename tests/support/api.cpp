@@ -88,7 +88,7 @@ Invocation::Invocation(const Function& f, const CallSetup& s) : f_(f), setup_(s)
         if (p.image() || p.role == "mask")
             makeImage(p, int(i));
         else if (p.role == "step") {
-            const int s = image(p.of + (f.param(p.of)->role.find("Planes") != std::string::npos ? "#0" : ""))->step *
+            const int s = imageOf(p)->step *
                           (setup_.bottomUp ? -1 : 1);
             std::memcpy(a.bytes, &s, 4);
         } else if (p.role == "roi") {
@@ -199,6 +199,11 @@ void Invocation::fillValue(const Param& p, Arg& a)
     }
 }
 
+
+Image* Invocation::imageOf(const Param& step)
+{
+    return image(step.of + (f_.param(step.of)->role.find("Planes") != std::string::npos ? "#0" : ""));
+}
 
 OvkStatus Invocation::call()
 {

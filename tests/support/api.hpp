@@ -98,6 +98,8 @@ public:
     // The processed channels of the region of an image, row by row.
     std::vector<std::uint8_t> region(const std::string& param, int x0 = 0, int y0 = 0, int w = -1, int h = -1) const;
     Image* image(const std::string& param);
+    // The image a step parameter belongs to (the first plane of planar ones).
+    Image* imageOf(const Param& step);
 
     // Typed element access for oracles: the value of one part of element c
     // of pixel (x, y) (part 1 is the imaginary part of a complex element), and

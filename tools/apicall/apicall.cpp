@@ -46,22 +46,6 @@ const ElementInfo& info(const std::string& code)
     return it->second;
 }
 
-// Writes v into one element (both parts of a complex one get v).
-void writeElement(const std::string& code, long long v, std::uint8_t* dst)
-{
-    const ElementInfo& e = info(code);
-    for (int off = 0; off < e.bytes; off += e.part) {
-        if (e.floating && e.part == 4) {
-            const float f = float(v);
-            std::memcpy(dst + off, &f, 4);
-        } else if (e.floating) {
-            const double d = double(v);
-            std::memcpy(dst + off, &d, 8);
-        } else {
-            std::memcpy(dst + off, &v, e.part);  // little-endian: the low bytes
-        }
-    }
-}
 
 ffi_type* ffiTypeOf(const Param& p)
 {
@@ -170,7 +154,21 @@ const Function& find(const std::string& name)
 int elementBytes(const std::string& code) { return info(code).bytes; }
 int partBytes(const std::string& code) { return info(code).part; }
 
-void writeNumber(const std::string& code, long long v, std::uint8_t* dst) { writeElement(code, v, dst); }
+void writeNumber(const std::string& code, long long v, std::uint8_t* dst)
+{
+    const ElementInfo& e = info(code);
+    for (int off = 0; off < e.bytes; off += e.part) {
+        if (e.floating && e.part == 4) {
+            const float f = float(v);
+            std::memcpy(dst + off, &f, 4);
+        } else if (e.floating) {
+            const double d = double(v);
+            std::memcpy(dst + off, &d, 8);
+        } else {
+            std::memcpy(dst + off, &v, e.part);  // little-endian: the low bytes
+        }
+    }
+}
 
 long double readPart(const std::string& code, const std::uint8_t* p)
 {
