@@ -6,10 +6,12 @@ file that sits next to the code implementing it. From those lines this script
 writes:
 
   include/ovk/ovki_<subsystem>.h  public C prototypes, one header per subsystem
-  mx_<unit>.cpp                   per registry file: the mx_ implementations,
-                                  each a thin forward to a C++ template instance
-  entry_table.cpp                 one read-only slot per function, pointing at
-                                  its mx_ implementation
+  mx_<unit>.cpp, my_<unit>.cpp   per registry file and library variant: the
+                                  implementations (mx_ in the generic library,
+                                  my_ in its AVX2 sibling), each a thin forward
+                                  to a C++ template instance
+  entry_table_mx.cpp, ..._my.cpp  one read-only slot per function, pointing at
+                                  the variant's implementation
   stubs.S                         the exported symbols: jump through the slot
   ovkimx.map                      linker version script (only the API is global)
   exports.txt                     the exported names, one per line
@@ -479,27 +481,33 @@ def header_text(subsystem, title, entries):
     return "\n".join(out)
 
 
-def unit_text(includes, functions):
-    out = [f"// {GENERATED}", "// The mx_ implementations of one registry file: each forwards to its template instance."]
+# The library variants built from the same sources: the generic x86-64
+# library (mx) and its sibling compiled for AVX2 (my). Each has its own
+# implementation names, so that both could later share one library.
+VARIANTS = ("mx", "my")
+
+
+def unit_text(includes, functions, v):
+    out = [f"// {GENERATED}", f"// The {v}_ implementations of one registry file: each forwards to its template instance."]
     for inc in includes:
         out.append(f'#include "{inc}"')
     out.append("")
     out.append("namespace ovk {")
     for fn in functions:
         if fn.impl == "inplace":  # the partner's code, reached by a call it cannot inline
-            call = f"mx_{fn.partner[0].name}({', '.join(fn.partner[1])})"
-            out.append(f'extern "C" __attribute__((visibility("hidden"))) {fn.partner[0].ret} mx_{fn.partner[0].name}({fn.partner[0].param_list()});')
+            call = f"{v}_{fn.partner[0].name}({', '.join(fn.partner[1])})"
+            out.append(f'extern "C" __attribute__((visibility("hidden"))) {fn.partner[0].ret} {v}_{fn.partner[0].name}({fn.partner[0].param_list()});')
         else:
             call = f"{fn.impl}({fn.arg_names()})"
         body = f"return {call};" if fn.ret != "void" else f"{call};"
-        out.append(f'extern "C" __attribute__((visibility("hidden"), noinline)) {fn.ret} mx_{fn.name}({fn.param_list()})')
+        out.append(f'extern "C" __attribute__((visibility("hidden"), noinline)) {fn.ret} {v}_{fn.name}({fn.param_list()})')
         out.append(f"{{\n    {body}\n}}")
     out.append("}  // namespace ovk")
     out.append("")
     return "\n".join(out)
 
 
-def entry_table_text(functions):
+def entry_table_text(functions, v):
     out = [f"// {GENERATED}",
            "// The entry table: one slot per exported function, set at build time to the",
            "// implementation of the same name and never written afterwards (it lives in",
@@ -508,9 +516,9 @@ def entry_table_text(functions):
     for fn in functions:
         alias = f"{fn.name}_fn"
         out.append(f"using {alias} = {fn.ret}({fn.param_list()});")
-        out.append(f'extern "C" {alias} mx_{fn.name};')
+        out.append(f'extern "C" {alias} {v}_{fn.name};')
         out.append(f'extern "C" __attribute__((visibility("hidden"))) {alias}* const {fn.name}_arraddr;')
-        out.append(f"{alias}* const {fn.name}_arraddr = &mx_{fn.name};")
+        out.append(f"{alias}* const {fn.name}_arraddr = &{v}_{fn.name};")
     out.append("")
     return "\n".join(out)
 
@@ -577,9 +585,10 @@ def main():
                 entries += docs
         write_if_changed(os.path.join(args.out, "include", "ovk", f"ovki_{subsystem}.h"),
                          header_text(subsystem, title, entries))
-    for includes, name, fns in chunks_of(parsed):
-        write_if_changed(os.path.join(args.out, f"mx_{name}.cpp"), unit_text(includes, fns))
-    write_if_changed(os.path.join(args.out, "entry_table.cpp"), entry_table_text(functions))
+    for v in VARIANTS:
+        for includes, name, fns in chunks_of(parsed):
+            write_if_changed(os.path.join(args.out, f"{v}_{name}.cpp"), unit_text(includes, fns, v))
+        write_if_changed(os.path.join(args.out, f"entry_table_{v}.cpp"), entry_table_text(functions, v))
     write_if_changed(os.path.join(args.out, "stubs.S"), stubs_text(functions))
     write_if_changed(os.path.join(args.out, "ovkimx.map"), version_script_text(functions))
     write_if_changed(os.path.join(args.out, "exports.txt"), "".join(f"{fn.name}\n" for fn in functions))

@@ -11,12 +11,11 @@
 // is done. A zero constant in DivC is an error, and nothing is written.
 #pragma once
 
-#include <emmintrin.h>
-
 #include <bit>
 #include <cstdint>
 
 #include "arith/add_sub_mul.hpp"
+#include "frame/simd/simd.hpp"
 
 namespace ovk::arith {
 
@@ -98,29 +97,27 @@ OvkStatus complexIntDivRow(const T* divisor, const T* dividend, T* d, int n, dou
 
 inline OvkStatus floatDivRow(const Ovk32f* divisor, const Ovk32f* dividend, Ovk32f* d, int n)
 {
-    // Four quotients per vector; lanes with a zero divisor take the
-    // zero-division value: +inf or -inf by the dividend's sign, else the NaN.
-    const __m128 zero = _mm_setzero_ps();
-    const __m128 inf = _mm_set1_ps(std::numeric_limits<float>::infinity());
-    const __m128 signBit = _mm_set1_ps(-0.0f);
-    const __m128 undefined = _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(0xFFC00000u)));
-    int zeroLanes = 0, i = 0;
-    for (; i + 4 <= n; i += 4) {
-        const __m128 a = _mm_loadu_ps(divisor + i), b = _mm_loadu_ps(dividend + i);
-        const __m128 q = _mm_div_ps(b, a);
-        const __m128 byZero = _mm_cmpeq_ps(a, zero);
-        const int mask = _mm_movemask_ps(byZero);
+    // Lanes with a zero divisor take the zero-division value: +inf or -inf
+    // by the dividend's sign, else the NaN.
+    using namespace simd;
+    using F = Vec<float>;
+    const F zeros = zero<float>(), inf = splat(std::numeric_limits<float>::infinity()), signBit = splat(-0.0f);
+    const F undefined = splat(undefinedFloat());
+    unsigned zeroLanes = 0;
+    int i = 0;
+    for (; i + kLanes<float> <= n; i += kLanes<float>) {
+        const F a = load(divisor + i), b = load(dividend + i);
+        const F q = div(b, a);
+        const F byZero = eq(a, zeros);
+        const unsigned mask = maskBits(byZero);
         if (mask == 0) {
-            _mm_storeu_ps(d + i, q);
+            store(q, d + i);
             continue;
         }
         zeroLanes |= mask;
-        const __m128 nonZeroDividend = _mm_cmpneq_ps(b, zero);  // also true for NaN...
-        const __m128 ordered = _mm_cmpord_ps(b, b);               // ...which this excludes
-        const __m128 signedInf = _mm_or_ps(inf, _mm_and_ps(b, signBit));
-        const __m128 infLanes = _mm_and_ps(nonZeroDividend, ordered);
-        const __m128 special = _mm_or_ps(_mm_and_ps(infLanes, signedInf), _mm_andnot_ps(infLanes, undefined));
-        _mm_storeu_ps(d + i, _mm_or_ps(_mm_and_ps(byZero, special), _mm_andnot_ps(byZero, q)));
+        const F infLanes = bitAnd(ne(b, zeros), ordered(b, b));  // ne is also true for NaN, which ordered excludes
+        const F signedInf = bitOr(inf, bitAnd(b, signBit));
+        store(select(byZero, select(infLanes, signedInf, undefined), q), d + i);
     }
     OvkStatus status = zeroLanes ? ovkStatusDivByZero : ovkStatusOk;
     for (; i < n; ++i) {

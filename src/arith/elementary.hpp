@@ -13,8 +13,6 @@
 // ovkStatusLnNegArg or ovkStatusLnZeroArg (the first one met is kept).
 #pragma once
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <cmath>
 
@@ -44,10 +42,11 @@ OvkStatus unaryImage(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiSize 
 // ---------------------------------------------------------------------------
 inline OvkStatus absRow(const Ovk16s* s, Ovk16s* d, int n)
 {
+    using namespace simd;
     int i = 0;
-    for (; i + 8 <= n; i += 8) {
-        const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i), _mm_max_epi16(x, _mm_subs_epi16(_mm_setzero_si128(), x)));
+    for (; i + kLanes<Ovk16s> <= n; i += kLanes<Ovk16s>) {  // max(x, 0 -sat x): -32768 becomes 32767
+        const Vec<Ovk16s> x = load(s + i);
+        store(max(x, subSat(zero<Ovk16s>(), x)), d + i);
     }
     for (; i < n; ++i) d[i] = s[i] == -32768 ? Ovk16s(32767) : static_cast<Ovk16s>(s[i] < 0 ? -s[i] : s[i]);
     return ovkStatusOk;
@@ -152,15 +151,17 @@ OvkStatus sqrtScaledImage(const T* pSrc, int srcStep, T* pDst, int dstStep, Ovki
 
 inline OvkStatus sqrtFloatRow(const Ovk32f* s, Ovk32f* d, int n)
 {
-    // Four roots per vector; negative and NaN lanes take the NaN 0xFFC00000.
-    const __m128 zero = _mm_setzero_ps();
-    const __m128 undefined = _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(0xFFC00000u)));
-    int badLanes = 0, i = 0;
-    for (; i + 4 <= n; i += 4) {
-        const __m128 x = _mm_loadu_ps(s + i);
-        const __m128 good = _mm_cmpge_ps(x, zero);  // false for negative and NaN
-        badLanes |= _mm_movemask_ps(good) ^ 0xF;
-        _mm_storeu_ps(d + i, _mm_or_ps(_mm_and_ps(good, _mm_sqrt_ps(x)), _mm_andnot_ps(good, undefined)));
+    // Negative and NaN lanes take the NaN 0xFFC00000.
+    using namespace simd;
+    const Vec<float> undefined = splat(undefinedFloat());
+    constexpr unsigned kAllLanes = (1u << kLanes<float>) - 1;
+    unsigned badLanes = 0;
+    int i = 0;
+    for (; i + kLanes<float> <= n; i += kLanes<float>) {
+        const Vec<float> x = load(s + i);
+        const Vec<float> good = ge(x, zero<float>());  // false for negative and NaN
+        badLanes |= maskBits(good) ^ kAllLanes;
+        store(select(good, sqrt(x), undefined), d + i);
     }
     OvkStatus status = badLanes ? ovkStatusSqrtNegArg : ovkStatusOk;
     for (; i < n; ++i) {

@@ -6,9 +6,8 @@
 // These check their steps BEFORE the size.
 #pragma once
 
-#include <emmintrin.h>
-
 #include "frame/elementwise.hpp"
+#include "frame/simd/simd.hpp"
 
 namespace ovk::arith {
 
@@ -25,18 +24,16 @@ OvkStatus mulScaleRow(const T* a, const T* b, T* d, int n)
 {
     int i = 0;
     if constexpr (std::is_same_v<T, Ovk8u>) {
-        // 16-bit lanes: p <= 65025, and p + (p >> 8) + 1 <= 65280 still fits.
-        const __m128i z = _mm_setzero_si128(), one = _mm_set1_epi16(1);
-        auto half = [&](__m128i x, __m128i y) {
-            const __m128i p = _mm_mullo_epi16(x, y);
-            return _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(p, _mm_srli_epi16(p, 8)), one), 8);
+        // 16-bit lanes: p <= 65025, and p + (p >> 8) + 1 <= 65280 still fits;
+        // the result (at most 255) is a signed 16-bit lane for the narrowing.
+        using namespace simd;
+        const auto normalised = [](Vec<Ovk16u> x, Vec<Ovk16u> y) {
+            const Vec<Ovk16u> p = mulLow(x, y);
+            return bitcast<Ovk16s>(shiftRight<8>(add(add(p, shiftRight<8>(p)), splat<Ovk16u>(1))));
         };
-        for (; i + 16 <= n; i += 16) {
-            const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + i));
-            const __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + i));
-            const __m128i lo = half(_mm_unpacklo_epi8(x, z), _mm_unpacklo_epi8(y, z));
-            const __m128i hi = half(_mm_unpackhi_epi8(x, z), _mm_unpackhi_epi8(y, z));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i), _mm_packus_epi16(lo, hi));
+        for (; i + kLanes<Ovk8u> <= n; i += kLanes<Ovk8u>) {
+            const Halves<Ovk16u> x = widen(load(a + i)), y = widen(load(b + i));
+            store(narrowSat<Ovk8u>(normalised(x.lo, y.lo), normalised(x.hi, y.hi)), d + i);
         }
     }
     for (; i < n; ++i) d[i] = normalisedProduct<T>(a[i], b[i]);

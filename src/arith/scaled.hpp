@@ -5,7 +5,7 @@
 #pragma once
 
 #include "frame/elementwise.hpp"
-#include "arith/simd_sfs.hpp"
+#include "arith/scaled_vectors.hpp"
 #include "frame/scaling.hpp"
 
 namespace ovk::arith {
@@ -114,10 +114,10 @@ OvkStatus withScaledRow(int scaleFactor, F&& f)
             return f([scale](const T* a, const T* b, T* d, int n) { return complexMulRow(a, b, d, n, scale); });
         });
     } else {
-        if constexpr (simd::HasScaledRow<Exact, T>) {
+        if constexpr (vectors::HasScaledRow<Exact, T>) {
             if (scaleFactor == 0 || scaleFactor == 1)
                 return f([scaleFactor](const T* a, const T* b, T* d, int n) {
-                    simd::ScaledRow<Exact, T>::run(a, b, d, n, scaleFactor);
+                    vectors::ScaledRow<Exact, T>::run(a, b, d, n, scaleFactor);
                     return ovkStatusOk;
                 });
         }

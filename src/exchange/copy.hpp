@@ -7,10 +7,10 @@
 #include <cstring>
 
 #include "frame/elementwise.hpp"
-#include "exchange/simd_channels.hpp"
 #include "frame/check.hpp"
 #include "frame/image.hpp"
 #include "frame/layout.hpp"
+#include "frame/simd/simd.hpp"
 
 namespace ovk::exchange {
 
@@ -79,12 +79,11 @@ OvkStatus copyToPlanes(const T* pSrc, int srcStep, T* const pDst[Planes], int ds
         T* d[Planes];
         for (int c = 0; c < Planes; ++c) d[c] = Image<T>(pDst[c], dstStep).row(y);
         int x = 0;
-        if constexpr (std::is_same_v<T, Ovk8u> && Planes == 3) {
-            for (; x + 16 <= roiSize.width; x += 16) {
-                const simd::Planes3 t = simd::deinterleave3(s + 3 * x);
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(d[0] + x), t.c0);
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(d[1] + x), t.c1);
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(d[2] + x), t.c2);
+        if constexpr (std::is_same_v<T, Ovk8u>) {
+            constexpr int n = simd::kLanes<Ovk8u>;
+            for (; x + n <= roiSize.width; x += n) {
+                const simd::Channels<Planes> planes = simd::loadInterleaved<Planes>(s + Planes * x);
+                for (int c = 0; c < Planes; ++c) simd::store(planes.c[c], d[c] + x);
             }
         }
         for (; x < roiSize.width; ++x)
@@ -106,10 +105,13 @@ OvkStatus copyFromPlanes(const T* const pSrc[Planes], int srcStep, T* pDst, int 
         for (int c = 0; c < Planes; ++c) s[c] = Image<const T>(pSrc[c], srcStep).row(y);
         T* d = dst.row(y);
         int x = 0;
-        if constexpr (std::is_same_v<T, Ovk8u> && Planes == 3) {
-            const auto load = [](const Ovk8u* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
-            for (; x + 16 <= roiSize.width; x += 16)
-                simd::interleave3({load(s[0] + x), load(s[1] + x), load(s[2] + x)}, d + 3 * x);
+        if constexpr (std::is_same_v<T, Ovk8u>) {
+            constexpr int n = simd::kLanes<Ovk8u>;
+            for (; x + n <= roiSize.width; x += n) {
+                simd::Channels<Planes> planes;
+                for (int c = 0; c < Planes; ++c) planes.c[c] = simd::load(s[c] + x);
+                simd::storeInterleaved<Planes>(planes, d + Planes * x);
+            }
         }
         for (; x < roiSize.width; ++x)
             for (int c = 0; c < Planes; ++c) d[x * Planes + c] = s[c][x];

@@ -10,9 +10,9 @@
 
 #include <algorithm>
 
-#include "exchange/simd_channels.hpp"
 #include "exchange/transpose.hpp"
 #include "frame/layout.hpp"
+#include "frame/simd/simd.hpp"
 
 namespace ovk::exchange {
 
@@ -28,22 +28,32 @@ void swapPixel(T* a, T* b)
     for (int c = 0; c < L::processed; ++c) std::swap(a[c], b[c]);
 }
 
-// d receives the w pixels of s in reverse order. 8u rows of one or three
-// channels move 16 pixels per step, reversed inside registers.
+// A pixel of one, two, four or eight bytes as one unsigned lane.
+template <int Bytes>
+using PixelLane = std::conditional_t<Bytes == 1, std::uint8_t,
+                  std::conditional_t<Bytes == 2, std::uint16_t,
+                  std::conditional_t<Bytes == 4, std::uint32_t, std::uint64_t>>>;
+
+// d receives the w pixels of s in reverse order. Pixels of 1, 2, 4 or 8 bytes
+// (every channel written) are reversed as lanes of a vector; three-channel
+// 8u pixels as three planes.
 template <class L, class T>
 void reverseRow(const T* s, T* d, int w)
 {
-    constexpr int S = L::stored;
+    constexpr int S = L::stored, bytes = S * int(sizeof(T));
     int x = 0;
-    if constexpr (std::is_same_v<T, Ovk8u> && S == 1) {
-        for (; x + 16 <= w; x += 16)
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(d + (w - x - 16)),
-                             simd::reverseBytes(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + x))));
+    if constexpr (!L::keepsAlpha && (bytes == 1 || bytes == 2 || bytes == 4 || bytes == 8)) {
+        using P = PixelLane<bytes>;
+        constexpr int n = simd::kLanes<P>;
+        const P* sp = reinterpret_cast<const P*>(s);
+        P* dp = reinterpret_cast<P*>(d);
+        for (; x + n <= w; x += n) simd::store(simd::reverse(simd::load(sp + x)), dp + (w - x - n));
     } else if constexpr (std::is_same_v<T, Ovk8u> && S == 3 && !L::keepsAlpha) {
-        for (; x + 16 <= w; x += 16) {
-            const simd::Planes3 t = simd::deinterleave3(s + 3 * x);
-            simd::interleave3({simd::reverseBytes(t.c0), simd::reverseBytes(t.c1), simd::reverseBytes(t.c2)},
-                              d + 3 * (w - x - 16));
+        constexpr int n = simd::kLanes<Ovk8u>;
+        for (; x + n <= w; x += n) {
+            simd::Channels<3> t = simd::loadInterleaved<3>(s + 3 * x);
+            for (auto& plane : t.c) plane = simd::reverse(plane);
+            simd::storeInterleaved<3>(t, d + 3 * (w - x - n));
         }
     }
     for (; x < w; ++x) copyPixel<L>(s + x * S, d + (w - 1 - x) * S);

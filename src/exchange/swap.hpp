@@ -14,9 +14,9 @@
 // C3C4R gives 3 and above their own meanings.
 #pragma once
 
-#include "exchange/simd_channels.hpp"
 #include "frame/check.hpp"
 #include "frame/image.hpp"
+#include "frame/simd/simd.hpp"
 
 namespace ovk::exchange {
 
@@ -34,12 +34,16 @@ void swapRows(Image<const T> src, Image<T> dst, OvkiSize roi, const int* order, 
         const T* s = src.row(y);
         T* d = dst.row(y);
         int x = 0;
-        if constexpr (std::is_same_v<T, Ovk8u> && SrcStride == 3 && DstStride == 3 && Written == 3 && !WithValue) {
-            // 16 pixels at a time: planes apart, chosen, and put back together
-            // (all loads of a block come before its stores, so in place works).
-            for (; x + 16 <= roi.width; x += 16, s += 48, d += 48) {
-                const simd::Planes3 t = simd::deinterleave3(s);
-                simd::interleave3({simd::plane(t, o[0]), simd::plane(t, o[1]), simd::plane(t, o[2])}, d);
+        if constexpr (std::is_same_v<T, Ovk8u> && SrcStride == DstStride && Written == SrcStride && !WithValue) {
+            // A vector of pixels at a time: planes apart, chosen, and put back
+            // together (all loads of a block come before its stores, so in
+            // place works).
+            constexpr int n = simd::kLanes<Ovk8u>;
+            for (; x + n <= roi.width; x += n, s += n * SrcStride, d += n * SrcStride) {
+                const simd::Channels<SrcStride> planes = simd::loadInterleaved<SrcStride>(s);
+                simd::Channels<SrcStride> chosen;
+                for (int c = 0; c < Written; ++c) chosen.c[c] = planes.c[o[c]];
+                simd::storeInterleaved<SrcStride>(chosen, d);
             }
         }
         for (; x < roi.width; ++x, s += SrcStride, d += DstStride) {

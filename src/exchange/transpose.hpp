@@ -5,13 +5,12 @@
 // the diagonal (the region must be square).
 #pragma once
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <cstring>
 
 #include "frame/check.hpp"
 #include "frame/image.hpp"
+#include "frame/simd/simd.hpp"
 
 namespace ovk::exchange {
 
@@ -22,39 +21,25 @@ struct Pixel {
     T v[Channels];
 };
 
-// Square blocks moved in registers: 16 x 16 one-byte pixels by four rounds
-// of byte interleaving (each round pairs register i with i + 8), and 4 x 4
-// four-byte pixels by the usual two rounds of 32- and 64-bit interleaving.
-inline void transposeBlock16(const unsigned char* s, int sStep, unsigned char* d, int dStep)
-{
-    __m128i r[16], n[16];
-    for (int i = 0; i < 16; ++i) r[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + std::int64_t(i) * sStep));
-    for (int round = 0; round < 4; ++round) {
-        for (int i = 0; i < 8; ++i) {
-            n[2 * i] = _mm_unpacklo_epi8(r[i], r[i + 8]);
-            n[2 * i + 1] = _mm_unpackhi_epi8(r[i], r[i + 8]);
-        }
-        for (int i = 0; i < 16; ++i) r[i] = n[i];
-    }
-    for (int i = 0; i < 16; ++i) _mm_storeu_si128(reinterpret_cast<__m128i*>(d + std::int64_t(i) * dStep), r[i]);
-}
+// The vector lane a whole pixel fits, where there is one: square blocks of
+// such pixels are transposed in registers.
+template <int Bytes>
+using BlockLane = std::conditional_t<Bytes == 1, std::uint8_t,
+                  std::conditional_t<Bytes == 2, std::uint16_t, std::conditional_t<Bytes == 4, std::uint32_t, void>>>;
 
-inline void transposeBlock4(const unsigned char* s, int sStep, unsigned char* d, int dStep)
+template <class Lane>
+constexpr int blockSide()
 {
-    const auto load = [&](int i) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + std::int64_t(i) * sStep)); };
-    const __m128i r0 = load(0), r1 = load(1), r2 = load(2), r3 = load(3);
-    const __m128i t0 = _mm_unpacklo_epi32(r0, r1), t1 = _mm_unpackhi_epi32(r0, r1);
-    const __m128i t2 = _mm_unpacklo_epi32(r2, r3), t3 = _mm_unpackhi_epi32(r2, r3);
-    const __m128i out[4] = {_mm_unpacklo_epi64(t0, t2), _mm_unpackhi_epi64(t0, t2), _mm_unpacklo_epi64(t1, t3),
-                            _mm_unpackhi_epi64(t1, t3)};
-    for (int i = 0; i < 4; ++i) _mm_storeu_si128(reinterpret_cast<__m128i*>(d + std::int64_t(i) * dStep), out[i]);
+    if constexpr (std::is_void_v<Lane>) return 0;
+    else return simd::kBlockSide<Lane>;
 }
 
 template <class P>
 void transposeTiles(Image<const P> src, Image<P> dst, OvkiSize roi)
 {
     constexpr int kTile = 64;
-    constexpr int kBlock = sizeof(P) == 1 ? 16 : (sizeof(P) == 4 ? 4 : 0);  // register blocks, where there are any
+    using Lane = BlockLane<int(sizeof(P))>;
+    constexpr int kBlock = blockSide<Lane>();
     for (int y0 = 0; y0 < roi.height; y0 += kTile)
         for (int x0 = 0; x0 < roi.width; x0 += kTile) {
             const int y1 = std::min(y0 + kTile, roi.height), x1 = std::min(x0 + kTile, roi.width);
@@ -63,12 +48,8 @@ void transposeTiles(Image<const P> src, Image<P> dst, OvkiSize roi)
                 for (; yb + kBlock <= y1; yb += kBlock) {
                     int xb = x0;
                     for (; xb + kBlock <= x1; xb += kBlock) {
-                        const auto* s = reinterpret_cast<const unsigned char*>(src.row(yb) + xb);
-                        auto* d = reinterpret_cast<unsigned char*>(dst.row(xb) + yb);
-                        if constexpr (kBlock == 16)
-                            transposeBlock16(s, src.step(), d, dst.step());
-                        else
-                            transposeBlock4(s, src.step(), d, dst.step());
+                        simd::transposeBlock(reinterpret_cast<const Lane*>(src.row(yb) + xb), src.step(),
+                                             reinterpret_cast<Lane*>(dst.row(xb) + yb), dst.step());
                     }
                     for (int x = xb; x < x1; ++x)  // the columns right of the last block
                         for (int y = yb; y < yb + kBlock; ++y) dst.row(x)[y] = src.row(y)[x];

@@ -8,8 +8,13 @@ constexpr OvkLibraryVersion kVersion = {
     1,      // minor
     1,      // majorBuild
     42291,  // build
+#if defined(__AVX2__)  // the sibling built from the same sources for AVX2
+    {'m', 'y', '\0', '\0'},
+    "ovkIP AVX2 (my)",
+#else
     {'m', 'x', '\0', '\0'},
     "ovkIP PX (mx)",
+#endif
     "8.1.1 (r42291)",
     "Apr 10 2014",
 };

@@ -83,7 +83,7 @@ class Report:
 
 
 FUNCTION_KINDS = {"T", "W", "i"}   # global text, weak text, indirect function
-FORBIDDEN = [(re.compile(r"^mx_"), "mx_ implementation"),
+FORBIDDEN = [(re.compile(r"^m[a-z]_"), "variant implementation"),
              (re.compile(r"_arraddr$"), "dispatch slot"),
              (re.compile(r"^ovks"), "ovks name"),
              (re.compile(r"^_Z"), "C++ mangled name")]

@@ -1,6 +1,7 @@
 // Load-time state of the image library, read from outside: the library is
 // loaded with dlopen, and hidden symbols are located through the library's
 // static symbol table (nm) relative to an exported function.
+#include <cstdlib>
 #include <ovk/ovkimx.h>
 
 #include <dlfcn.h>
@@ -50,11 +51,24 @@ std::vector<std::string> readExportList()
     return names;
 }
 
+// The library under test and its implementations' prefix: the generic one,
+// or the variant the environment names (the test runs against each sibling).
+const char* libraryPath()
+{
+    const char* path = std::getenv("OVK_IMX_PATH");
+    return path ? path : OVK_IMX_PATH;
+}
+std::string implementationPrefix()
+{
+    const char* variant = std::getenv("OVK_VARIANT");
+    return std::string(variant ? variant : "mx") + "_";
+}
+
 class LoadTime : public ::testing::Test {
 protected:
     static void SetUpTestSuite()
     {
-        handle_ = dlopen(OVK_IMX_PATH, RTLD_NOW | RTLD_LOCAL);
+        handle_ = dlopen(libraryPath(), RTLD_NOW | RTLD_LOCAL);
         ASSERT_NE(handle_, nullptr) << dlerror();
 
         void* anchor = dlsym(handle_, "ovkiGetLibVersion");
@@ -127,8 +141,8 @@ bool readOnly(std::uintptr_t address, std::size_t bytes)
     return false;
 }
 
-// Each exported stub jumps through a local slot that holds its local mx_
-// implementation; the slots are read-only once the library is loaded.
+// Each exported stub jumps through a local slot that holds its local mx_ (or
+// my_, ...) implementation; the slots are read-only once the library is loaded.
 TEST_F(LoadTime, SlotsHoldTheImplementations)
 {
     const std::vector<std::string> names = readExportList();
@@ -136,7 +150,7 @@ TEST_F(LoadTime, SlotsHoldTheImplementations)
     for (const std::string& name : names) {
         SCOPED_TRACE(name);
         const NmSymbol* stub = unique(name);
-        const NmSymbol* impl = unique("mx_" + name);
+        const NmSymbol* impl = unique(implementationPrefix() + name);
         const NmSymbol* slot = unique(name + "_arraddr");
         if (stub == nullptr || impl == nullptr || slot == nullptr)
             continue;
@@ -145,7 +159,7 @@ TEST_F(LoadTime, SlotsHoldTheImplementations)
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(dlsym(handle_, name.c_str())), runtimeAddress(*stub));
         const void* target = *reinterpret_cast<void* const*>(runtimeAddress(*slot));
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(target), runtimeAddress(*impl))
-            << "the slot does not hold mx_" << name;
+            << "the slot does not hold " << implementationPrefix() << name;
         EXPECT_TRUE(readOnly(runtimeAddress(*slot), sizeof(void*))) << "the slot is writable";
     }
 }

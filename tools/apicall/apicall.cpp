@@ -1,5 +1,6 @@
 #include "apicall/apicall.hpp"
 
+#include <cstdlib>
 #include <dlfcn.h>
 #include <ffi.h>
 
@@ -69,7 +70,8 @@ std::string readFile(const char* path)
 
 std::vector<Function> load()
 {
-    void* lib = dlopen(OVK_IMX_PATH, RTLD_NOW | RTLD_LOCAL);
+    const char* path = std::getenv("OVK_IMX_PATH");  // a sibling of the library, when the tests run against one
+    void* lib = dlopen(path ? path : OVK_IMX_PATH, RTLD_NOW | RTLD_LOCAL);
     if (!lib) throw std::runtime_error(dlerror());
     std::vector<Function> out;
     const nlohmann::json description = nlohmann::json::parse(readFile(OVK_API_JSON));
