@@ -34,9 +34,45 @@ using PixelLane = std::conditional_t<Bytes == 1, std::uint8_t,
                   std::conditional_t<Bytes == 2, std::uint16_t,
                   std::conditional_t<Bytes == 4, std::uint32_t, std::uint64_t>>>;
 
+// Where a byte of a row of three-byte pixels sits in its pixel: kPlaceMask.at[k]
+// is 0xFF at the bytes that are channel k, over three vectors' worth.
+struct PlaceMasks {
+    std::uint8_t at[3][3 * simd::kVectorBytes];
+};
+constexpr PlaceMasks kPlaceMask = [] {
+    PlaceMasks m{};
+    for (int k = 0; k < 3; ++k)
+        for (int b = 0; b < 3 * simd::kVectorBytes; ++b) m.at[k][b] = b % 3 == k ? 0xFF : 0;
+    return m;
+}();
+
+// Three-byte pixels, a vector's worth at a time: the bytes of three vectors
+// reversed as one row (pixels in reverse order, each with its channels
+// reversed), then the first and last byte of every pixel exchanged by
+// reading the row two bytes further on and two bytes back. Advances x.
+inline void reverseThreeByteRow(const Ovk8u* s, Ovk8u* d, int w, int& x)
+{
+    using namespace simd;
+    constexpr int n = kLanes<Ovk8u>;
+    Vec<Ovk8u> masks[3][3];
+    for (int k = 0; k < 3; ++k)
+        for (int i = 0; i < 3; ++i) masks[k][i] = load(kPlaceMask.at[k] + i * n);
+    for (; x + n <= w; x += n) {
+        const Ovk8u* p = s + 3 * x;
+        const Vec<Ovk8u> q[3] = {reverse(load(p + 2 * n)), reverse(load(p + n)), reverse(load(p))};
+        Ovk8u* out = d + 3 * (w - x - n);
+        for (int i = 0; i < 3; ++i) {
+            const Vec<Ovk8u> ahead = bytesFrom<2>(q[i], q[i < 2 ? i + 1 : 2]);      // byte j: q[j + 2]
+            const Vec<Ovk8u> behind = bytesFrom<n - 2>(q[i > 0 ? i - 1 : 0], q[i]);  // byte j: q[j - 2]
+            store(bitOr(bitOr(bitAnd(ahead, masks[0][i]), bitAnd(q[i], masks[1][i])), bitAnd(behind, masks[2][i])),
+                  out + i * n);
+        }
+    }
+}
+
 // d receives the w pixels of s in reverse order. Pixels of 1, 2, 4 or 8 bytes
 // (every channel written) are reversed as lanes of a vector; three-channel
-// 8u pixels as three planes.
+// 8u pixels as bytes, with their channels put back in order.
 template <class L, class T>
 void reverseRow(const T* s, T* d, int w)
 {
@@ -49,12 +85,7 @@ void reverseRow(const T* s, T* d, int w)
         P* dp = reinterpret_cast<P*>(d);
         for (; x + n <= w; x += n) simd::store(simd::reverse(simd::load(sp + x)), dp + (w - x - n));
     } else if constexpr (std::is_same_v<T, Ovk8u> && S == 3 && !L::keepsAlpha) {
-        constexpr int n = simd::kLanes<Ovk8u>;
-        for (; x + n <= w; x += n) {
-            simd::Channels<3> t = simd::loadInterleaved<3>(s + 3 * x);
-            for (auto& plane : t.c) plane = simd::reverse(plane);
-            simd::storeInterleaved<3>(t, d + 3 * (w - x - n));
-        }
+        reverseThreeByteRow(s, d, w, x);
     }
     for (; x < w; ++x) copyPixel<L>(s + x * S, d + (w - 1 - x) * S);
 }

@@ -1,8 +1,8 @@
 // Transpose: dst(c, r) = src(r, c); roiSize is the source's size. Pixels are
-// moved whole (channels keep their order). The work runs in square tiles so
-// that both images are walked in cache-sized pieces: 64 x 64 pixels out of
-// place; in place, 32 x 32 tiles are swapped with their mirror tiles across
-// the diagonal (the region must be square).
+// moved whole (channels keep their order). Out of place, strips of source
+// rows are moved in square register blocks where a pixel fits a vector lane;
+// in place, 32 x 32 tiles are swapped with their mirror tiles across the
+// diagonal (the region must be square).
 #pragma once
 
 #include <algorithm>
@@ -34,32 +34,34 @@ constexpr int blockSide()
     else return simd::kBlockSide<Lane>;
 }
 
+// The source is walked in strips of a few dozen rows; within a strip, one
+// column of blocks after another, so that each destination row receives a
+// whole cache line or two in consecutive stores while the strip's source
+// lines stay in cache for the next column. (Walking a strip row by row
+// instead sends every store to another destination row: with power-of-two
+// steps those rows share a few cache sets and evict one another.)
 template <class P>
 void transposeTiles(Image<const P> src, Image<P> dst, OvkiSize roi)
 {
-    constexpr int kTile = 64;
     using Lane = BlockLane<int(sizeof(P))>;
     constexpr int kBlock = blockSide<Lane>();
-    for (int y0 = 0; y0 < roi.height; y0 += kTile)
-        for (int x0 = 0; x0 < roi.width; x0 += kTile) {
-            const int y1 = std::min(y0 + kTile, roi.height), x1 = std::min(x0 + kTile, roi.width);
-            int yb = y0;
-            if constexpr (kBlock != 0) {
-                for (; yb + kBlock <= y1; yb += kBlock) {
-                    int xb = x0;
-                    for (; xb + kBlock <= x1; xb += kBlock) {
-                        simd::transposeBlock(reinterpret_cast<const Lane*>(src.row(yb) + xb), src.step(),
-                                             reinterpret_cast<Lane*>(dst.row(xb) + yb), dst.step());
-                    }
-                    for (int x = xb; x < x1; ++x)  // the columns right of the last block
-                        for (int y = yb; y < yb + kBlock; ++y) dst.row(x)[y] = src.row(y)[x];
-                }
-            }
-            for (int x = x0; x < x1; ++x) {  // the rows below the last block
-                P* d = dst.row(x);
-                for (int y = yb; y < y1; ++y) d[y] = src.row(y)[x];
-            }
+    constexpr int kStrip = std::max(32, 64 / int(sizeof(P)));  // rows: at least a cache line per destination row
+    for (int y0 = 0; y0 < roi.height; y0 += kStrip) {
+        const int y1 = std::min(y0 + kStrip, roi.height);
+        int yEnd = y0, xEnd = 0;  // the part covered by whole blocks
+        if constexpr (kBlock != 0) {
+            yEnd = y0 + (y1 - y0) / kBlock * kBlock;
+            xEnd = roi.width / kBlock * kBlock;
+            for (int xb = 0; xb < xEnd; xb += kBlock)
+                for (int yb = y0; yb < yEnd; yb += kBlock)
+                    simd::transposeBlock(reinterpret_cast<const Lane*>(src.row(yb) + xb), src.step(),
+                                         reinterpret_cast<Lane*>(dst.row(xb) + yb), dst.step());
         }
+        for (int x = 0; x < roi.width; ++x) {  // the rest: rows below the blocks, and columns right of them
+            P* d = dst.row(x);
+            for (int y = x < xEnd ? yEnd : y0; y < y1; ++y) d[y] = src.row(y)[x];
+        }
+    }
 }
 
 template <class P>

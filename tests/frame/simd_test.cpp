@@ -341,6 +341,18 @@ TEST(SimdMoves, InterleavedChannelsAndBlockTransposes)
     checkInterleaved<3>();
     checkInterleaved<4>();
 
+    std::array<uint8_t, 2 * kLanes<uint8_t>> two;
+    for (std::size_t i = 0; i < two.size(); ++i) two[i] = uint8_t(i + 1);
+    const auto from = [&](auto k) {
+        const auto r = lanesOf(bytesFrom<decltype(k)::value>(load(two.data()), load(two.data() + kLanes<uint8_t>)));
+        for (int i = 0; i < kLanes<uint8_t>; ++i) ASSERT_EQ(r[i], two[i + k]) << "bytesFrom<" << k << ">";
+    };
+    from(std::integral_constant<int, 1>{});
+    from(std::integral_constant<int, 2>{});
+    from(std::integral_constant<int, kLanes<uint8_t> / 2>{});
+    from(std::integral_constant<int, kLanes<uint8_t> - 2>{});
+    from(std::integral_constant<int, kLanes<uint8_t> - 1>{});
+
     const auto transposes = [](auto lane) {
         using T = decltype(lane);
         constexpr int side = kBlockSide<T>, pitch = side + 3;  // steps wider than the block

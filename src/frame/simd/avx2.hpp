@@ -390,6 +390,18 @@ Vec<T> reverse(Vec<T> v)
     }
 }
 
+// The kVectorBytes bytes that start K bytes into lo and run on into hi, as
+// if the two were one row in memory (lo first).
+template <int K>
+Vec<std::uint8_t> bytesFrom(Vec<std::uint8_t> lo, Vec<std::uint8_t> hi)
+{
+    static_assert(K > 0 && K < kVectorBytes);
+    const __m256i middle = _mm256_permute2x128_si256(lo.raw, hi.raw, 0x21);  // lo's upper block, hi's lower
+    if constexpr (K < 16) return {_mm256_alignr_epi8(middle, lo.raw, K)};
+    else if constexpr (K == 16) return {middle};
+    else return {_mm256_alignr_epi8(hi.raw, middle, K - 16)};
+}
+
 // Loaded registers of an interleaved row regrouped so that block 0 of every
 // register holds the first N blocks of the row and block 1 the next N
 // (registers a = [0|1], b = [2|3], ... in; [0|N], [1|N+1], ... out).

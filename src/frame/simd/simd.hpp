@@ -17,7 +17,7 @@
 //   width        widen (into Halves of twice the width), narrowSat (back,
 //                saturating); the order inside the halves is the backend's
 //   blocks       zipLower, zipUpper (within each 128-bit block)
-//   moves        reverse; loadInterleaved<N>, storeInterleaved<N> (bytes of
+//   moves        reverse; bytesFrom<K> (bytes across two vectors); loadInterleaved<N>, storeInterleaved<N> (bytes of
 //                2, 3, 4 channels); transposeBlock (kBlockSide<T> square)
 //   sums         sumOfLanes (integer lanes, exact)
 //

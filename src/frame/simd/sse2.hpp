@@ -416,6 +416,15 @@ Vec<T> reverse(Vec<T> v)
     return raw::fromBits<T>(x);
 }
 
+// The kVectorBytes bytes that start K bytes into lo and run on into hi, as
+// if the two were one row in memory (lo first).
+template <int K>
+Vec<std::uint8_t> bytesFrom(Vec<std::uint8_t> lo, Vec<std::uint8_t> hi)
+{
+    static_assert(K > 0 && K < kVectorBytes);
+    return {_mm_or_si128(_mm_srli_si128(lo.raw, K), _mm_slli_si128(hi.raw, kVectorBytes - K))};
+}
+
 // Loaded registers of an interleaved row (pixels of N channels) regrouped so
 // that each 128-bit block position holds N consecutive blocks of the row; on
 // 128-bit vectors there is one block per register and nothing moves.
