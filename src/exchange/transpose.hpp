@@ -34,10 +34,10 @@ constexpr int blockSide()
     else return simd::kBlockSide<Lane>;
 }
 
-// The source is walked in strips of a few dozen rows; within a strip, one
-// column of blocks after another, so that each destination row receives a
-// whole cache line or two in consecutive stores while the strip's source
-// lines stay in cache for the next column. (Walking a strip row by row
+// The source is walked in tiles of a few dozen rows by 64 columns; within a
+// tile, one column of blocks after another, so that each destination row
+// receives a whole cache line or two in consecutive stores while the tile's
+// source lines stay in cache for the next column. (Walking a tile row by row
 // instead sends every store to another destination row: with power-of-two
 // steps those rows share a few cache sets and evict one another.)
 template <class P>
@@ -45,23 +45,25 @@ void transposeTiles(Image<const P> src, Image<P> dst, OvkiSize roi)
 {
     using Lane = BlockLane<int(sizeof(P))>;
     constexpr int kBlock = blockSide<Lane>();
-    constexpr int kStrip = std::max(32, 64 / int(sizeof(P)));  // rows: at least a cache line per destination row
-    for (int y0 = 0; y0 < roi.height; y0 += kStrip) {
-        const int y1 = std::min(y0 + kStrip, roi.height);
-        int yEnd = y0, xEnd = 0;  // the part covered by whole blocks
-        if constexpr (kBlock != 0) {
-            yEnd = y0 + (y1 - y0) / kBlock * kBlock;
-            xEnd = roi.width / kBlock * kBlock;
-            for (int xb = 0; xb < xEnd; xb += kBlock)
-                for (int yb = y0; yb < yEnd; yb += kBlock)
-                    simd::transposeBlock(reinterpret_cast<const Lane*>(src.row(yb) + xb), src.step(),
-                                         reinterpret_cast<Lane*>(dst.row(xb) + yb), dst.step());
+    constexpr int kRows = std::max(32, 64 / int(sizeof(P)));  // at least a cache line per destination row
+    constexpr int kColumns = 64;                                // destination rows in reach at a time
+    for (int y0 = 0; y0 < roi.height; y0 += kRows)
+        for (int x0 = 0; x0 < roi.width; x0 += kColumns) {
+            const int y1 = std::min(y0 + kRows, roi.height), x1 = std::min(x0 + kColumns, roi.width);
+            int yEnd = y0, xEnd = x0;  // the part covered by whole blocks
+            if constexpr (kBlock != 0) {
+                yEnd = y0 + (y1 - y0) / kBlock * kBlock;
+                xEnd = x0 + (x1 - x0) / kBlock * kBlock;
+                for (int xb = x0; xb < xEnd; xb += kBlock)
+                    for (int yb = y0; yb < yEnd; yb += kBlock)
+                        simd::transposeBlock(reinterpret_cast<const Lane*>(src.row(yb) + xb), src.step(),
+                                             reinterpret_cast<Lane*>(dst.row(xb) + yb), dst.step());
+            }
+            for (int x = x0; x < x1; ++x) {  // the rest: rows below the blocks, and columns right of them
+                P* d = dst.row(x);
+                for (int y = x < xEnd ? yEnd : y0; y < y1; ++y) d[y] = src.row(y)[x];
+            }
         }
-        for (int x = 0; x < roi.width; ++x) {  // the rest: rows below the blocks, and columns right of them
-            P* d = dst.row(x);
-            for (int y = x < xEnd ? yEnd : y0; y < y1; ++y) d[y] = src.row(y)[x];
-        }
-    }
 }
 
 template <class P>

@@ -348,7 +348,7 @@ Vec<T> zipUpper(Vec<T> a, Vec<T> b)
 // and upper eight bytes, which the in-block narrowing puts back) -------------
 
 template <class T>
-Halves<Wider<T>> widen(Vec<T> v)
+OVK_SIMD_INLINE Halves<Wider<T>> widen(Vec<T> v)
 {
     static_assert(std::is_integral_v<T> && sizeof(T) <= 4);
     const Vec<T> ext = std::is_unsigned_v<T> ? zero<T>() : gt(zero<T>(), v);
@@ -356,7 +356,7 @@ Halves<Wider<T>> widen(Vec<T> v)
 }
 
 template <class To, class From>
-Vec<To> narrowSat(Vec<From> lo, Vec<From> hi)
+OVK_SIMD_INLINE Vec<To> narrowSat(Vec<From> lo, Vec<From> hi)
 {
     static_assert(std::is_integral_v<From> && sizeof(To) * 2 == sizeof(From));
     if constexpr (std::is_unsigned_v<From>) {
@@ -373,7 +373,7 @@ Vec<To> narrowSat(Vec<From> lo, Vec<From> hi)
 // --- Whole-vector moves -------------------------------------------------------
 
 template <class T>
-Vec<T> reverse(Vec<T> v)
+OVK_SIMD_INLINE Vec<T> reverse(Vec<T> v)
 {
     const __m256i x = raw::bits(v);
     if constexpr (sizeof(T) == 8) {
@@ -405,50 +405,47 @@ Vec<std::uint8_t> bytesFrom(Vec<std::uint8_t> lo, Vec<std::uint8_t> hi)
 // Loaded registers of an interleaved row regrouped so that block 0 of every
 // register holds the first N blocks of the row and block 1 the next N
 // (registers a = [0|1], b = [2|3], ... in; [0|N], [1|N+1], ... out).
+namespace raw {
+// Blocks of x and y chosen by the immediate: low nibble for the lower block,
+// high nibble for the upper (0, 1: x's blocks; 2, 3: y's).
+template <int Imm>
+Vec<std::uint8_t> blocks(Vec<std::uint8_t> x, Vec<std::uint8_t> y)
+{
+    return {_mm256_permute2x128_si256(x.raw, y.raw, Imm)};
+}
+}  // namespace raw
+
 template <int N>
-void groupBlocks(Vec<std::uint8_t> (&r)[N])
+OVK_SIMD_INLINE void groupBlocks(Vec<std::uint8_t> (&r)[N])
 {
     static_assert(N >= 2 && N <= 4);
-    const auto pick = [](Vec<std::uint8_t> x, Vec<std::uint8_t> y, int imm) -> Vec<std::uint8_t> {
-        switch (imm) {
-        case 0x20: return {_mm256_permute2x128_si256(x.raw, y.raw, 0x20)};
-        case 0x21: return {_mm256_permute2x128_si256(x.raw, y.raw, 0x21)};
-        case 0x30: return {_mm256_permute2x128_si256(x.raw, y.raw, 0x30)};
-        default: return {_mm256_permute2x128_si256(x.raw, y.raw, 0x31)};
-        }
-    };
+    using raw::blocks;
     if constexpr (N == 2) {
         const Vec<std::uint8_t> a = r[0], b = r[1];
-        r[0] = pick(a, b, 0x20), r[1] = pick(a, b, 0x31);
+        r[0] = blocks<0x20>(a, b), r[1] = blocks<0x31>(a, b);
     } else if constexpr (N == 3) {
         const Vec<std::uint8_t> a = r[0], b = r[1], c = r[2];
-        r[0] = pick(a, b, 0x30), r[1] = pick(a, c, 0x21), r[2] = pick(b, c, 0x30);
+        r[0] = blocks<0x30>(a, b), r[1] = blocks<0x21>(a, c), r[2] = blocks<0x30>(b, c);
     } else {
         const Vec<std::uint8_t> a = r[0], b = r[1], c = r[2], d = r[3];
-        r[0] = pick(a, c, 0x20), r[1] = pick(a, c, 0x31), r[2] = pick(b, d, 0x20), r[3] = pick(b, d, 0x31);
+        r[0] = blocks<0x20>(a, c), r[1] = blocks<0x31>(a, c), r[2] = blocks<0x20>(b, d), r[3] = blocks<0x31>(b, d);
     }
 }
 
 template <int N>
-void ungroupBlocks(Vec<std::uint8_t> (&r)[N])
+OVK_SIMD_INLINE void ungroupBlocks(Vec<std::uint8_t> (&r)[N])
 {
     static_assert(N >= 2 && N <= 4);
-    const auto pick = [](Vec<std::uint8_t> x, Vec<std::uint8_t> y, int imm) -> Vec<std::uint8_t> {
-        switch (imm) {
-        case 0x20: return {_mm256_permute2x128_si256(x.raw, y.raw, 0x20)};
-        case 0x30: return {_mm256_permute2x128_si256(x.raw, y.raw, 0x30)};
-        default: return {_mm256_permute2x128_si256(x.raw, y.raw, 0x31)};
-        }
-    };
+    using raw::blocks;
     if constexpr (N == 2) {
         const Vec<std::uint8_t> a = r[0], b = r[1];
-        r[0] = pick(a, b, 0x20), r[1] = pick(a, b, 0x31);
+        r[0] = blocks<0x20>(a, b), r[1] = blocks<0x31>(a, b);
     } else if constexpr (N == 3) {
         const Vec<std::uint8_t> a = r[0], b = r[1], c = r[2];
-        r[0] = pick(a, b, 0x20), r[1] = pick(c, a, 0x30), r[2] = pick(b, c, 0x31);
+        r[0] = blocks<0x20>(a, b), r[1] = blocks<0x30>(c, a), r[2] = blocks<0x31>(b, c);
     } else {
         const Vec<std::uint8_t> a = r[0], b = r[1], c = r[2], d = r[3];
-        r[0] = pick(a, b, 0x20), r[1] = pick(c, d, 0x20), r[2] = pick(a, b, 0x31), r[3] = pick(c, d, 0x31);
+        r[0] = blocks<0x20>(a, b), r[1] = blocks<0x20>(c, d), r[2] = blocks<0x31>(a, b), r[3] = blocks<0x31>(c, d);
     }
 }
 
@@ -460,7 +457,7 @@ template <class T>
 inline constexpr int kBlockSide = sizeof(T) == 4 ? 8 : 16 / int(sizeof(T));
 
 template <class T>
-void transposeBlock(const T* s, std::ptrdiff_t sStep, T* d, std::ptrdiff_t dStep)
+OVK_SIMD_INLINE void transposeBlock(const T* s, std::ptrdiff_t sStep, T* d, std::ptrdiff_t dStep)
 {
     static_assert(sizeof(T) <= 4);
     const auto* sb = reinterpret_cast<const unsigned char*>(s);

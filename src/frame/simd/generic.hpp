@@ -15,7 +15,7 @@ inline namespace OVK_SIMD_TARGET {
 
 // yes where the mask lane is all ones, no where it is zero.
 template <class T>
-Vec<T> select(Vec<T> mask, Vec<T> yes, Vec<T> no)
+OVK_SIMD_INLINE Vec<T> select(Vec<T> mask, Vec<T> yes, Vec<T> no)
 {
     return bitOr(bitAnd(mask, yes), bitAndNot(mask, no));
 }
@@ -41,7 +41,7 @@ void storePartial(Vec<T> v, T* p, int n)
 
 // The exact products of 16-bit lanes as 32-bit lanes, in widen()'s order.
 template <class T>
-Halves<Wider<T>> mulWide(Vec<T> a, Vec<T> b)
+OVK_SIMD_INLINE Halves<Wider<T>> mulWide(Vec<T> a, Vec<T> b)
 {
     static_assert(std::is_integral_v<T> && sizeof(T) == 2);
     const Vec<T> low = mulLow(a, b), high = mulHigh(a, b);
@@ -59,7 +59,7 @@ struct Channels {
 
 namespace detail {
 
-inline Bytes upperHalfTwice(Bytes v)
+OVK_SIMD_INLINE Bytes upperHalfTwice(Bytes v)
 {
     const Vec<std::uint64_t> q = bitcast<std::uint64_t>(v);
     return bitcast<std::uint8_t>(zipUpper(q, q));
@@ -67,19 +67,19 @@ inline Bytes upperHalfTwice(Bytes v)
 
 // Bytes of 16-bit lanes, and two vectors of them packed back into bytes
 // (per block: the first vector's, then the second's).
-inline Vec<std::int16_t> evenOf(Bytes v) { return bitAnd(bitcast<std::int16_t>(v), splat<std::int16_t>(0x00FF)); }
-inline Vec<std::int16_t> oddOf(Bytes v) { return bitcast<std::int16_t>(shiftRight<8>(bitcast<std::uint16_t>(v))); }
-inline Bytes pack(Vec<std::int16_t> a, Vec<std::int16_t> b) { return narrowSat<std::uint8_t>(a, b); }
+OVK_SIMD_INLINE Vec<std::int16_t> evenOf(Bytes v) { return bitAnd(bitcast<std::int16_t>(v), splat<std::int16_t>(0x00FF)); }
+OVK_SIMD_INLINE Vec<std::int16_t> oddOf(Bytes v) { return bitcast<std::int16_t>(shiftRight<8>(bitcast<std::uint16_t>(v))); }
+OVK_SIMD_INLINE Bytes pack(Vec<std::int16_t> a, Vec<std::int16_t> b) { return narrowSat<std::uint8_t>(a, b); }
 
 // Three channels: one fixed permutation of three blocks; applied four times
 // it turns interleaved pixels into planes, and its inverse four times back.
-inline void splitStage(Bytes (&t)[3])
+OVK_SIMD_INLINE void splitStage(Bytes (&t)[3])
 {
     const Bytes a = zipLower(t[0], upperHalfTwice(t[1])), b = zipLower(upperHalfTwice(t[0]), t[2]),
                 c = zipLower(t[1], upperHalfTwice(t[2]));
     t[0] = a, t[1] = b, t[2] = c;
 }
-inline void mergeStage(Bytes (&n)[3])
+OVK_SIMD_INLINE void mergeStage(Bytes (&n)[3])
 {
     const Bytes a = pack(evenOf(n[0]), evenOf(n[1])), b = pack(evenOf(n[2]), oddOf(n[0])),
                 c = pack(oddOf(n[1]), oddOf(n[2]));
@@ -88,7 +88,7 @@ inline void mergeStage(Bytes (&n)[3])
 
 // Four channels: pairing register i with i + 2 is a rotation of the byte
 // index; four rounds split, two merge.
-inline void zipRound(Bytes (&r)[4])
+OVK_SIMD_INLINE void zipRound(Bytes (&r)[4])
 {
     const Bytes t[4] = {zipLower(r[0], r[2]), zipUpper(r[0], r[2]), zipLower(r[1], r[3]), zipUpper(r[1], r[3])};
     for (int i = 0; i < 4; ++i) r[i] = t[i];
@@ -99,7 +99,7 @@ inline void zipRound(Bytes (&r)[4])
 // kLanes<uint8_t> pixels of N interleaved channels from p (N * kLanes bytes)
 // into N planes.
 template <int N>
-Channels<N> loadInterleaved(const std::uint8_t* p)
+OVK_SIMD_INLINE Channels<N> loadInterleaved(const std::uint8_t* p)
 {
     static_assert(N >= 2 && N <= 4);
     Bytes r[N];
@@ -121,7 +121,7 @@ Channels<N> loadInterleaved(const std::uint8_t* p)
 
 // The inverse: N planes of kLanes<uint8_t> pixels interleaved into p.
 template <int N>
-void storeInterleaved(const Channels<N>& planes, std::uint8_t* p)
+OVK_SIMD_INLINE void storeInterleaved(const Channels<N>& planes, std::uint8_t* p)
 {
     static_assert(N >= 2 && N <= 4);
     Bytes r[N];

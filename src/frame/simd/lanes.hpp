@@ -7,6 +7,10 @@
 #include <limits>
 #include <type_traits>
 
+// The layer's larger operations (the channel moves, block transposes) are
+// always inlined: a call would pass whole vectors through memory.
+#define OVK_SIMD_INLINE [[gnu::always_inline]] inline
+
 namespace ovk::simd {
 
 template <class T>

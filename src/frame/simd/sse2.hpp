@@ -369,7 +369,7 @@ Vec<T> zipUpper(Vec<T> a, Vec<T> b)
 // code that treats lanes alike never notices.
 
 template <class T>
-Halves<Wider<T>> widen(Vec<T> v)
+OVK_SIMD_INLINE Halves<Wider<T>> widen(Vec<T> v)
 {
     static_assert(std::is_integral_v<T> && sizeof(T) <= 4);
     const Vec<T> ext = std::is_unsigned_v<T> ? zero<T>() : gt(zero<T>(), v);  // the upper half of each wide lane
@@ -379,7 +379,7 @@ Halves<Wider<T>> widen(Vec<T> v)
 // From signed 16-bit lanes to 8u or 8s, from signed 32-bit lanes to 16s or
 // 16u, and from unsigned 16- or 32-bit lanes to the unsigned half.
 template <class To, class From>
-Vec<To> narrowSat(Vec<From> lo, Vec<From> hi)
+OVK_SIMD_INLINE Vec<To> narrowSat(Vec<From> lo, Vec<From> hi)
 {
     static_assert(std::is_integral_v<From> && sizeof(To) * 2 == sizeof(From));
     if constexpr (std::is_unsigned_v<From>) {  // clamp to the destination's maximum, then a signed narrowing is exact
@@ -404,7 +404,7 @@ Vec<To> narrowSat(Vec<From> lo, Vec<From> hi)
 
 // The lanes in reverse order.
 template <class T>
-Vec<T> reverse(Vec<T> v)
+OVK_SIMD_INLINE Vec<T> reverse(Vec<T> v)
 {
     __m128i x = _mm_shuffle_epi32(raw::bits(v), _MM_SHUFFLE(0, 1, 2, 3));
     if constexpr (sizeof(T) == 8) return raw::fromBits<T>(_mm_shuffle_epi32(raw::bits(v), _MM_SHUFFLE(1, 0, 3, 2)));
@@ -429,11 +429,11 @@ Vec<std::uint8_t> bytesFrom(Vec<std::uint8_t> lo, Vec<std::uint8_t> hi)
 // that each 128-bit block position holds N consecutive blocks of the row; on
 // 128-bit vectors there is one block per register and nothing moves.
 template <int N>
-void groupBlocks(Vec<std::uint8_t> (&)[N])
+OVK_SIMD_INLINE void groupBlocks(Vec<std::uint8_t> (&)[N])
 {
 }
 template <int N>
-void ungroupBlocks(Vec<std::uint8_t> (&)[N])
+OVK_SIMD_INLINE void ungroupBlocks(Vec<std::uint8_t> (&)[N])
 {
 }
 
@@ -447,7 +447,7 @@ inline constexpr int kBlockSide = kLanes<T>;
 // bytes by four rounds of byte interleaving (each pairs register i with
 // i + 8), 8 x 8 16-bit lanes by three, 4 x 4 32-bit lanes by two.
 template <class T>
-void transposeBlock(const T* s, std::ptrdiff_t sStep, T* d, std::ptrdiff_t dStep)
+OVK_SIMD_INLINE void transposeBlock(const T* s, std::ptrdiff_t sStep, T* d, std::ptrdiff_t dStep)
 {
     static_assert(sizeof(T) <= 4);
     constexpr int n = kBlockSide<T>;
