@@ -30,21 +30,21 @@ void swapRows(Image<const T> src, Image<T> dst, OvkiSize roi, const int* order, 
 {
     int o[Written];
     for (int c = 0; c < Written; ++c) o[c] = order[c];
+    constexpr bool kVectors = std::is_same_v<T, Ovk8u> && SrcStride == DstStride && Written == SrcStride && !WithValue;
+    struct Scalar {
+        explicit Scalar(const int*) {}
+    };
+    using Permutation = std::conditional_t<kVectors, simd::PixelBytePermutation<SrcStride>, Scalar>;
+    const Permutation permutation(o);  // built once: its tables cost more than a short row
     for (int y = 0; y < roi.height; ++y) {
         const T* s = src.row(y);
         T* d = dst.row(y);
         int x = 0;
-        if constexpr (std::is_same_v<T, Ovk8u> && SrcStride == DstStride && Written == SrcStride && !WithValue) {
-            // A vector of pixels at a time: planes apart, chosen, and put back
-            // together (all loads of a block come before its stores, so in
-            // place works).
+        if constexpr (kVectors) {
+            // A vector of pixels at a time (each reads its pixels before it
+            // writes them, so in place works).
             constexpr int n = simd::kLanes<Ovk8u>;
-            for (; x + n <= roi.width; x += n, s += n * SrcStride, d += n * SrcStride) {
-                const simd::Channels<SrcStride> planes = simd::loadInterleaved<SrcStride>(s);
-                simd::Channels<SrcStride> chosen;
-                for (int c = 0; c < Written; ++c) chosen.c[c] = planes.c[o[c]];
-                simd::storeInterleaved<SrcStride>(chosen, d);
-            }
+            for (; x + n <= roi.width; x += n, s += n * SrcStride, d += n * SrcStride) permutation.apply(s, d);
         }
         for (; x < roi.width; ++x, s += SrcStride, d += DstStride) {
             T pixel[SrcStride + 1];

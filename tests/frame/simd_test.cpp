@@ -335,12 +335,46 @@ void checkInterleaved()
     EXPECT_EQ(back, row);
 }
 
+// Every order of N channels, repeats included.
+template <int N>
+void checkPixelPermutations()
+{
+    constexpr int n = kLanes<uint8_t>;
+    std::array<uint8_t, N * n> row, out;
+    for (int i = 0; i < N * n; ++i) row[i] = uint8_t(i * 7 + 3);
+    int order[N];
+    for (int code = 0; code < N * N * N * N; ++code) {
+        for (int c = 0, rest = code; c < N; ++c, rest /= N) order[c] = rest % N;
+        const PixelBytePermutation<N> permutation(order);
+        permutation.apply(row.data(), out.data());
+        for (int i = 0; i < N * n; ++i) ASSERT_EQ(out[i], row[i - i % N + order[i % N]]) << N << " bytes, code " << code;
+        out = row;
+        permutation.apply(out.data(), out.data());
+        for (int i = 0; i < N * n; ++i) ASSERT_EQ(out[i], row[i - i % N + order[i % N]]) << N << " bytes in place";
+    }
+}
+
 TEST(SimdMoves, InterleavedChannelsAndBlockTransposes)
 {
     REQUIRE_TARGET();
     checkInterleaved<2>();
     checkInterleaved<3>();
     checkInterleaved<4>();
+    checkPixelPermutations<2>();
+    checkPixelPermutations<3>();
+    checkPixelPermutations<4>();
+
+    std::mt19937 rng(9);
+    for (int round = 0; round < 50; ++round) {
+        const Lanes<uint8_t> table = randomLanes<uint8_t>(rng), index = randomLanes<uint8_t>(rng);
+        const auto r = lanesOf(shuffleBytes(vecOf(table), vecOf(index)));
+        for (int i = 0; i < kLanes<uint8_t>; ++i)
+            ASSERT_EQ(r[i], index[i] & 0x80 ? 0 : table[i - i % 16 + (index[i] & 15)]) << "shuffleBytes lane " << i;
+    }
+    uint8_t block[16];
+    for (int i = 0; i < 16; ++i) block[i] = uint8_t(100 + i);
+    const auto every = lanesOf(loadEveryBlock(block));
+    for (int i = 0; i < kLanes<uint8_t>; ++i) ASSERT_EQ(every[i], block[i % 16]);
 
     std::array<uint8_t, 2 * kLanes<uint8_t>> two;
     for (std::size_t i = 0; i < two.size(); ++i) two[i] = uint8_t(i + 1);

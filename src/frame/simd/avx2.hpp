@@ -402,6 +402,21 @@ Vec<std::uint8_t> bytesFrom(Vec<std::uint8_t> lo, Vec<std::uint8_t> hi)
     else return {_mm256_alignr_epi8(hi.raw, middle, K - 16)};
 }
 
+// Byte table lookup inside each 128-bit block: byte i of the result is the
+// byte of table's block that index[i] names (its low four bits), or zero
+// where index[i] has its top bit set.
+inline constexpr bool kHasByteShuffle = true;
+OVK_SIMD_INLINE Vec<std::uint8_t> shuffleBytes(Vec<std::uint8_t> table, Vec<std::uint8_t> index)
+{
+    return {_mm256_shuffle_epi8(table.raw, index.raw)};
+}
+
+// The 16 bytes at p in every block (the tables of shuffleBytes).
+OVK_SIMD_INLINE Vec<std::uint8_t> loadEveryBlock(const std::uint8_t* p)
+{
+    return {_mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)))};
+}
+
 // Loaded registers of an interleaved row regrouped so that block 0 of every
 // register holds the first N blocks of the row and block 1 the next N
 // (registers a = [0|1], b = [2|3], ... in; [0|N], [1|N+1], ... out).

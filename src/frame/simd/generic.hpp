@@ -86,6 +86,35 @@ OVK_SIMD_INLINE void mergeStage(Bytes (&n)[3])
     n[0] = a, n[1] = b, n[2] = c;
 }
 
+// With a byte shuffle, three channels take a table per pair of a plane and a
+// block: in a group of 16 pixels (blocks 0 to 2 of 16 bytes), byte q is
+// channel q % 3 of pixel q / 3.
+inline constexpr std::uint8_t kZeroByte = 0x80;  // the shuffleBytes() index that yields zero
+struct ThreeChannelTables {
+    std::uint8_t split[3][3][16];  // [plane][block]: where the block's bytes of the plane go
+    std::uint8_t merge[3][3][16];  // [block][plane]: where the plane's bytes of the block go
+};
+constexpr ThreeChannelTables makeThreeChannelTables()
+{
+    ThreeChannelTables t{};
+    for (int c = 0; c < 3; ++c)
+        for (int k = 0; k < 3; ++k)
+            for (int i = 0; i < 16; ++i) {
+                const int from = 3 * i + c, to = 16 * k + i;
+                t.split[c][k][i] = from / 16 == k ? std::uint8_t(from % 16) : kZeroByte;
+                t.merge[k][c][i] = to % 3 == c ? std::uint8_t(to / 3) : kZeroByte;
+            }
+    return t;
+}
+inline constexpr ThreeChannelTables kThreeChannels = makeThreeChannelTables();
+
+OVK_SIMD_INLINE Bytes shuffleThree(const Bytes (&from)[3], const std::uint8_t (&tables)[3][16])
+{
+    Bytes out = shuffleBytes(from[0], loadEveryBlock(tables[0]));
+    for (int k = 1; k < 3; ++k) out = bitOr(out, shuffleBytes(from[k], loadEveryBlock(tables[k])));
+    return out;
+}
+
 // Four channels: pairing register i with i + 2 is a rotation of the byte
 // index; four rounds split, two merge.
 OVK_SIMD_INLINE void zipRound(Bytes (&r)[4])
@@ -109,6 +138,8 @@ OVK_SIMD_INLINE Channels<N> loadInterleaved(const std::uint8_t* p)
     if constexpr (N == 2) {
         out.c[0] = detail::pack(detail::evenOf(r[0]), detail::evenOf(r[1]));
         out.c[1] = detail::pack(detail::oddOf(r[0]), detail::oddOf(r[1]));
+    } else if constexpr (N == 3 && kHasByteShuffle) {
+        for (int c = 0; c < 3; ++c) out.c[c] = detail::shuffleThree(r, detail::kThreeChannels.split[c]);
     } else if constexpr (N == 3) {
         for (int i = 0; i < 4; ++i) detail::splitStage(r);
         for (int i = 0; i < 3; ++i) out.c[i] = r[i];
@@ -129,6 +160,8 @@ OVK_SIMD_INLINE void storeInterleaved(const Channels<N>& planes, std::uint8_t* p
     if constexpr (N == 2) {
         const Bytes a = zipLower(r[0], r[1]), b = zipUpper(r[0], r[1]);
         r[0] = a, r[1] = b;
+    } else if constexpr (N == 3 && kHasByteShuffle) {
+        for (int k = 0; k < 3; ++k) r[k] = detail::shuffleThree(planes.c, detail::kThreeChannels.merge[k]);
     } else if constexpr (N == 3) {
         for (int i = 0; i < 4; ++i) detail::mergeStage(r);
     } else {
@@ -137,6 +170,63 @@ OVK_SIMD_INLINE void storeInterleaved(const Channels<N>& planes, std::uint8_t* p
     ungroupBlocks(r);
     for (int i = 0; i < N; ++i) store(r[i], p + i * kLanes<std::uint8_t>);
 }
+
+// Rearranges the bytes inside every pixel of N bytes (N = 2, 3, 4): byte c
+// of an output pixel is byte order[c] (0 <= order[c] < N) of the same input
+// pixel, so a channel may also be repeated. apply() moves kLanes<uint8_t>
+// pixels (N vectors) and reads them all before it writes: src may be dst.
+template <int N>
+class PixelBytePermutation {
+public:
+    explicit PixelBytePermutation(const int* order)
+    {
+        static_assert(N >= 2 && N <= 4);
+        for (int c = 0; c < N; ++c) order_[c] = order[c];
+        if constexpr (kHasByteShuffle) {
+            for (int k = 0; k < N; ++k)
+                for (int m = 0; m < N; ++m) {
+                    std::uint8_t index[16];
+                    for (int i = 0; i < 16; ++i) {
+                        const int to = 16 * k + i, from = to - to % N + order[to % N];
+                        index[i] = from / 16 == m ? std::uint8_t(from % 16) : detail::kZeroByte;
+                    }
+                    tables_[k][m] = loadEveryBlock(index);
+                }
+        }
+    }
+
+    OVK_SIMD_INLINE void apply(const std::uint8_t* src, std::uint8_t* dst) const
+    {
+        if constexpr (kHasByteShuffle) {
+            Bytes in[N], out[N];
+            for (int k = 0; k < N; ++k) in[k] = load(src + k * kLanes<std::uint8_t>);
+            groupBlocks(in);
+            for (int k = 0; k < N; ++k) {
+                out[k] = shuffleBytes(in[k], tables_[k][k]);
+                for (int m = 0; m < N; ++m)
+                    if (m != k && sharesPixels(k, m)) out[k] = bitOr(out[k], shuffleBytes(in[m], tables_[k][m]));
+            }
+            ungroupBlocks(out);
+            for (int k = 0; k < N; ++k) store(out[k], dst + k * kLanes<std::uint8_t>);
+        } else {
+            const Channels<N> planes = loadInterleaved<N>(src);
+            Channels<N> chosen;
+            for (int c = 0; c < N; ++c) chosen.c[c] = planes.c[order_[c]];
+            storeInterleaved<N>(chosen, dst);
+        }
+    }
+
+private:
+    // Whether a pixel has bytes in both block k and block m of a group.
+    static constexpr bool sharesPixels(int k, int m)
+    {
+        const int first = 16 * k / N, last = (16 * k + 15) / N;  // the pixels block k touches
+        return first * N < 16 * m + 16 && 16 * m < (last + 1) * N;
+    }
+
+    int order_[N];
+    Bytes tables_[kHasByteShuffle ? N : 1][kHasByteShuffle ? N : 1];
+};
 
 }  // namespace OVK_SIMD_TARGET
 }  // namespace ovk::simd

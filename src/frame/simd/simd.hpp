@@ -18,7 +18,9 @@
 //                saturating); the order inside the halves is the backend's
 //   blocks       zipLower, zipUpper (within each 128-bit block)
 //   moves        reverse; bytesFrom<K> (bytes across two vectors); loadInterleaved<N>, storeInterleaved<N> (bytes of
-//                2, 3, 4 channels); transposeBlock (kBlockSide<T> square)
+//                2, 3, 4 channels); PixelBytePermutation<N>; transposeBlock (kBlockSide<T> square)
+//   lookup       shuffleBytes, loadEveryBlock (byte table lookup within 128-bit blocks; native where
+//                kHasByteShuffle, emulated otherwise)
 //   sums         sumOfLanes (integer lanes, exact)
 //
 // Kernels loop over whole vectors and finish the tail with the scalar

@@ -425,6 +425,21 @@ Vec<std::uint8_t> bytesFrom(Vec<std::uint8_t> lo, Vec<std::uint8_t> hi)
     return {_mm_or_si128(_mm_srli_si128(lo.raw, K), _mm_slli_si128(hi.raw, kVectorBytes - K))};
 }
 
+// SSE2 has no byte table lookup (it came with SSSE3). shuffleBytes() is
+// emulated lane by lane for completeness; the layer's own channel moves test
+// kHasByteShuffle and use zips and packs instead.
+inline constexpr bool kHasByteShuffle = false;
+inline Vec<std::uint8_t> shuffleBytes(Vec<std::uint8_t> table, Vec<std::uint8_t> index)
+{
+    alignas(16) std::uint8_t t[16], i[16], out[16];
+    store(table, t), store(index, i);
+    for (int k = 0; k < 16; ++k) out[k] = i[k] & 0x80 ? 0 : t[i[k] & 15];
+    return load(out);
+}
+
+// The 16 bytes at p in every block: on 128-bit vectors, a load.
+OVK_SIMD_INLINE Vec<std::uint8_t> loadEveryBlock(const std::uint8_t* p) { return load(p); }
+
 // Loaded registers of an interleaved row (pixels of N channels) regrouped so
 // that each 128-bit block position holds N consecutive blocks of the row; on
 // 128-bit vectors there is one block per register and nothing moves.
