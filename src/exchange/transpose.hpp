@@ -6,6 +6,9 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <numeric>
 #include <cstring>
 
 #include "frame/check.hpp"
@@ -34,22 +37,41 @@ constexpr int blockSide()
     else return simd::kBlockSide<Lane>;
 }
 
-// The source is walked in tiles of a few dozen rows by 64 columns; within a
-// tile, one column of blocks after another, so that each destination row
-// receives a whole cache line or two in consecutive stores while the tile's
-// source lines stay in cache for the next column. (Walking a tile row by row
-// instead sends every store to another destination row: with power-of-two
-// steps those rows share a few cache sets and evict one another.)
+// The source is walked in tiles of a few dozen rows; within a tile, one
+// column of blocks after another, so that each destination row receives a
+// whole cache line or more in consecutive stores while the tile's source
+// lines stay in cache for the next column. (Walking a tile row by row
+// instead sends every store to another destination row.)
+//
+// The tile's shape follows the source step: row starts a multiple of 4 KiB
+// apart share their L1 sets, so with steps of a power of two a tall tile
+// evicts itself, and a flatter, wider one keeps the cache lines it needs.
+struct TileShape {
+    int rows, columns;
+};
+
+template <class P>
+TileShape transposeTileShape(int srcStep)
+{
+    if constexpr (sizeof(P) > 4) {
+        return {32, 64};
+    } else {
+        const int period = 4096 / int(std::gcd(std::abs(std::int64_t(srcStep)), std::int64_t(4096)));  // rows
+        if (period >= 8) return {64, 64};
+        if (period >= 2) return {32, 256 / int(sizeof(P))};
+        return {sizeof(P) == 4 ? 16 : 32, 256};
+    }
+}
+
 template <class P>
 void transposeTiles(Image<const P> src, Image<P> dst, OvkiSize roi)
 {
     using Lane = BlockLane<int(sizeof(P))>;
     constexpr int kBlock = blockSide<Lane>();
-    constexpr int kRows = std::max(32, 64 / int(sizeof(P)));  // at least a cache line per destination row
-    constexpr int kColumns = 64;                                // destination rows in reach at a time
-    for (int y0 = 0; y0 < roi.height; y0 += kRows)
-        for (int x0 = 0; x0 < roi.width; x0 += kColumns) {
-            const int y1 = std::min(y0 + kRows, roi.height), x1 = std::min(x0 + kColumns, roi.width);
+    const auto [rows, columns] = transposeTileShape<P>(src.step());
+    for (int y0 = 0; y0 < roi.height; y0 += rows)
+        for (int x0 = 0; x0 < roi.width; x0 += columns) {
+            const int y1 = std::min(y0 + rows, roi.height), x1 = std::min(x0 + columns, roi.width);
             int yEnd = y0, xEnd = x0;  // the part covered by whole blocks
             if constexpr (kBlock != 0) {
                 yEnd = y0 + (y1 - y0) / kBlock * kBlock;
