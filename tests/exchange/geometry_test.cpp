@@ -48,6 +48,27 @@ TEST(Transpose, PixelXYLandsAtYX)
         }
 }
 
+// Steps of a power of two give the source other tile shapes.
+TEST(Transpose, PowerOfTwoStepsPlaceEveryPixel)
+{
+    const auto check = [](auto lane, auto fn) {
+        using T = decltype(lane);
+        const OvkiSize roi{300, 70};
+        for (int step : {1024, 2048, 4096}) {
+            std::vector<T> src(std::size_t(step) / sizeof(T) * roi.height), dst(std::size_t(step) / sizeof(T) * roi.width);
+            const int pitch = step / int(sizeof(T));
+            for (std::size_t i = 0; i < src.size(); ++i) src[i] = T(i * 7 % 251);
+            ASSERT_EQ(fn(src.data(), step, dst.data(), step, roi), ovkStatusOk);
+            for (int y = 0; y < roi.height; ++y)
+                for (int x = 0; x < roi.width; ++x)
+                    ASSERT_EQ(dst[std::size_t(x) * pitch + y], src[std::size_t(y) * pitch + x]) << sizeof(T) << " bytes, step " << step;
+        }
+    };
+    check(Ovk8u{}, ovkiTranspose_8u_C1R);
+    check(Ovk16u{}, ovkiTranspose_16u_C1R);
+    check(Ovk32f{}, ovkiTranspose_32f_C1R);
+}
+
 std::pair<int, int> mirrored(int axis, int x, int y, OvkiSize s)
 {
     switch (axis) {
