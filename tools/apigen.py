@@ -42,7 +42,9 @@ otherwise), for the API description:
   checks pointers size steps rndMode   argument checks in the order they run:
                                   `pointers` (every pointer parameter, or
                                   `pointers:pSrc,pDst` for some), `size`,
-                                  `steps`, `minWidth:N` and `minHeight:N`
+                                  `steps`, `rowSteps` (every step at least
+                                  the bytes of an ROI row, so never negative),
+                                  `minWidth:N` and `minHeight:N`
                                   (a side of the ROI below N gives the size
                                   status), or a parameter's own check
                                   (default: pointers size). A check that
@@ -58,7 +60,9 @@ otherwise), for the API description:
                                   destination is the source's size
                                   transposed), square (the region must be
                                   square), border (source and destination
-                                  sizes of a border copy), writesAlpha
+                                  sizes of a border copy), writesAlpha,
+                                  writesMask (the destination is a one-channel
+                                  8u mask, whatever the sources' layout)
 """
 
 import argparse
@@ -83,9 +87,9 @@ NAME_RE = re.compile(r"^ovki[A-Za-z0-9_]+$")
 TYPE_CODES = ["16sc", "32sc", "32fc", "64fc", "8u", "8s", "16u", "16s", "32u", "32s", "64s", "32f", "64f", "1u"]
 TYPES_RE = re.compile(r"^(?:%s)+$" % "|".join(TYPE_CODES))
 LAYOUT_RE = re.compile(r"^((?:AC4|C[1-4]|P[34]|CR)*)(.*)$")
-CHECK_WORDS = ("pointers", "size", "steps", "minWidth", "minHeight")
-TRAIT_WORDS = ("pointwise", "transposed", "square", "border", "writesAlpha")
-STATUS_OF_CHECK = {"pointers": -8, "size": -6, "steps": -14, "minWidth": -6, "minHeight": -6}
+CHECK_WORDS = ("pointers", "size", "steps", "rowSteps", "minWidth", "minHeight")
+TRAIT_WORDS = ("pointwise", "transposed", "square", "border", "writesAlpha", "writesMask")
+STATUS_OF_CHECK = {"pointers": -8, "size": -6, "steps": -14, "rowSteps": -14, "minWidth": -6, "minHeight": -6}
 
 
 class RegistryError(Exception):
@@ -206,7 +210,7 @@ def parse_checks(items, where):
         if not re.match(r"^[A-Za-z_][A-Za-z0-9_]*(:[A-Za-z0-9_,]+)?(@[A-Za-z_][A-Za-z0-9_]*=-?\d+(,-?\d+)*)?$", item):
             raise RegistryError(f"{where}: cannot read check '{item}'")
         word, _, arg = item.split("@")[0].partition(":")
-        if word in ("size", "steps") and arg:
+        if word in ("size", "steps", "rowSteps") and arg:
             raise RegistryError(f"{where}: '{item}': size and steps take no argument")
         if word in ("minWidth", "minHeight") and not arg.isdigit():
             raise RegistryError(f"{where}: '{item}': {word} takes the smallest side, {word}:N")

@@ -296,6 +296,28 @@ TEST(SimdWidth, WidenAndNarrowSaturateInTheBackendsOrder)
     }
 }
 
+// The in-order forms keep memory order: lane i of the input is lane i of the
+// concatenated halves, and back.
+template <class T>
+void checkInOrder()
+{
+    std::mt19937 rng(5);
+    const Lanes<T> a = randomLanes<T>(rng);
+    const Halves<Wider<T>> h = widenInOrder(vecOf(a));
+    const auto lo = lanesOf(h.lo), hi = lanesOf(h.hi);
+    for (int i = 0; i < kLanes<T>; ++i) ASSERT_EQ(i < kLanes<T> / 2 ? lo[i] : hi[i - kLanes<T> / 2], Wider<T>(a[i]));
+    EXPECT_EQ(lanesOf(narrowSatInOrder<T>(h.lo, h.hi)), a);
+}
+
+TEST(SimdWidth, InOrderWideningAndNarrowing)
+{
+    REQUIRE_TARGET();
+    checkInOrder<uint8_t>();
+    checkInOrder<int8_t>();
+    checkInOrder<int16_t>();
+    checkInOrder<uint16_t>();
+}
+
 TEST(SimdWidth, PairProductsAndExactSums)
 {
     REQUIRE_TARGET();

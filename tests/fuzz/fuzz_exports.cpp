@@ -58,7 +58,7 @@ int checkOf(const Function& f, const std::string& kind, const std::string& param
     for (std::size_t i = 0; i < f.checks.size(); ++i) {
         const Check& c = f.checks[i];
         if (c.kind != kind) continue;
-        if (param.empty() || kind == "size" || kind == "steps") return int(i);
+        if (param.empty() || kind == "size" || kind == "steps" || kind == "rowSteps") return int(i);
         for (const std::string& n : c.params)
             if (n == param) return int(i);
     }
@@ -84,9 +84,13 @@ struct Call {
                 if (inv.isNull(n)) return true;
             return false;
         }
-        if (c.kind == "steps") {
-            for (const Param& p : f.params)
-                if (p.role == "step" && inv.arg(p.name) < 1) return true;
+        if (c.kind == "steps" || c.kind == "rowSteps") {
+            for (const Param& p : f.params) {
+                if (p.role != "step") continue;
+                const Image* im = inv.imageOf(p);
+                const long long least = c.kind == "steps" ? 1 : (long long)(im->width) * im->channels * im->elem;
+                if (inv.arg(p.name) < least) return true;
+            }
             return false;
         }
         if (c.kind == "size" && f.has("border")) {
@@ -156,6 +160,7 @@ struct Call {
     void badStep()
     {
         int steps = checkOf(f, "steps");
+        if (steps < 0) steps = checkOf(f, "rowSteps");
         if (steps >= 0 && !inv.runs(f.checks[steps])) steps = -1;
         std::vector<std::pair<const Param*, bool>> candidates;  // the step, and whether any value goes
         for (const Param& p : f.params)

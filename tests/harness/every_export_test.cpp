@@ -59,6 +59,15 @@ std::vector<std::pair<std::string, Breaker>> breakersOf(const Function& f, const
         for (const Param& p : f.params)
             if (p.role == "step")
                 for (int v : {0, -1}) add(p.name + " = " + std::to_string(v), [p, v](Invocation& i) { i.setInt(p.name, v); });
+    } else if (c.kind == "rowSteps") {
+        for (const Param& p : f.params)
+            if (p.role == "step") {
+                add(p.name + " = -1", [p](Invocation& i) { i.setInt(p.name, -1); });
+                add(p.name + " a byte short of a row", [p](Invocation& i) {
+                    const auto* im = i.imageOf(p);
+                    i.setInt(p.name, im->width * im->channels * im->elem - 1);
+                });
+            }
     } else if (c.kind == "size" && f.has("border")) {
         add("empty source", [roi](Invocation& i) { i.setSize("srcRoiSize", {0, roi.height}); });
         add("destination too narrow", [roi](Invocation& i) { i.setSize("dstRoiSize", {roi.width + 2, roi.height + 4}); });

@@ -85,7 +85,7 @@ Invocation::Invocation(const Function& f, const CallSetup& s) : f_(f), setup_(s)
     for (std::size_t i = 0; i < f.params.size(); ++i) {
         const Param& p = f.params[i];
         Arg& a = args_[i];
-        if (p.image() || p.role == "mask")
+        if (p.image() || p.role == "mask" || p.role == "out")
             makeImage(p, int(i));
         else if (p.role == "step") {
             const int s = imageOf(p)->step *
@@ -124,12 +124,17 @@ void Invocation::makeImage(const Param& p, int index)
     const std::string token = f_.layout.empty() ? "C1"
                               : dst && f_.layout.back() != "CR" ? f_.layout.back()
                                                                 : f_.layout.front();
+    // A result behind a pointer (a count per channel, a threshold) is a
+    // one-row image of one element per processed channel.
+    const bool out = p.role == "out";
+    const bool oneChannel = planes || p.role == "mask" || out || (dst && f_.has("writesMask"));
     Image im;
     im.elem = p.role == "mask" ? 1 : elementBytes(p.elem);
-    im.channels = planes || p.role == "mask" ? 1 : token == "AC4" ? 4 : token[1] - '0';
-    im.output = dst || p.role == "srcdst" || borderInPlace;
-    im.keepsAlpha = im.output && token == "AC4" && !f_.has("writesAlpha");
+    im.channels = oneChannel ? 1 : token == "AC4" ? 4 : token[1] - '0';
+    im.output = dst || out || p.role == "srcdst" || borderInPlace;
+    im.keepsAlpha = im.output && !oneChannel && token == "AC4" && !f_.has("writesAlpha");
     OvkiSize size = roi_;
+    if (out) size = {token == "AC4" ? 3 : token[1] - '0', 1};
     if (dst && f_.has("transposed")) size = {roi_.height, roi_.width};
     if ((dst && border) || borderInPlace) size = {roi_.width + 5, roi_.height + 4};
     im.width = size.width;
@@ -289,6 +294,14 @@ void Invocation::setInt(const std::string& param, int value, int element)
     std::memcpy(a.array.empty() ? a.bytes : a.array.data() + 4 * element, &value, 4);
 }
 
+void Invocation::setNumber(const std::string& param, int element, long double v)
+{
+    const Param& p = f_.params[indexOf(f_, param)];
+    std::uint8_t bytes[16] = {};
+    writePart(p.elem, bytes, v);
+    setRaw(param, element, bytes, elementBytes(p.elem));
+}
+
 void Invocation::setRaw(const std::string& param, int element, const void* bytes, int count)
 {
     Arg& a = args_[indexOf(f_, param)];
@@ -338,7 +351,15 @@ bool Invocation::breakParam(const std::string& param, int variant)
         bad.push_back(INT_MIN);
     }
     if (variant >= int(bad.size()) * elements) return false;
-    setInt(param, int(bad[variant % bad.size()]), variant / int(bad.size()));
+    const long long v = bad[variant % bad.size()];
+    const int element = variant / int(bad.size());
+    if (p.elem.empty()) {
+        setInt(param, int(v), element);
+    } else {  // an element type, also a float
+        std::uint8_t bytes[16];
+        writeNumber(p.elem, v, bytes);
+        setRaw(param, element, bytes, elementBytes(p.elem));
+    }
     return true;
 }
 

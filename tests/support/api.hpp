@@ -75,6 +75,8 @@ public:
     void setNull(const std::string& param, int plane = -1);
     void setSize(const std::string& param, OvkiSize size);
     void setInt(const std::string& param, int value, int element = 0);
+    // Element k of a non-image argument of an element type, as that type.
+    void setNumber(const std::string& param, int element, long double v);
     // Any bytes for element k of a non-image argument (NaN, extremes).
     void setRaw(const std::string& param, int element, const void* bytes, int count);
     OvkiSize size(const std::string& param) const;

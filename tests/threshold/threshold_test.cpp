@@ -68,16 +68,6 @@ ld pickSource(const std::string& type, std::mt19937& rng, const std::vector<ld>&
     return type == "16s" ? ld(int(rng() % 65536) - 32768) : ld(rng() % (type == "8u" ? 256 : 65536));
 }
 
-void setArg(Invocation& inv, const std::string& name, int c, ld v)
-{
-    const std::string& type = inv.function().types.front();
-    const auto put = [&](auto x) { inv.setRaw(name, c, &x, int(sizeof x)); };
-    if (type == "32f") put(float(v));
-    else if (type == "8u") put(Ovk8u(v));
-    else if (type == "16u") put(Ovk16u(v));
-    else put(Ovk16s(v));
-}
-
 TEST(Threshold, EveryMemberFollowsTheLiteralRule)
 {
     int members = 0;
@@ -105,13 +95,13 @@ TEST(Threshold, EveryMemberFollowsTheLiteralRule)
                 const ld va = pickThreshold(type, rng, round + 2), vb = pickThreshold(type, rng, round + 3);
                 if (twoSided) {
                     t[c] = {b, a}, v[c] = {vb, va};
-                    setArg(inv, "thresholdGT", c, b), setArg(inv, "valueGT", c, vb);
-                    setArg(inv, "thresholdLT", c, a), setArg(inv, "valueLT", c, va);
+                    inv.setNumber("thresholdGT", c, b), inv.setNumber("valueGT", c, vb);
+                    inv.setNumber("thresholdLT", c, a), inv.setNumber("valueLT", c, va);
                 } else {
                     const bool hasValue = f.param("value") != nullptr;
                     t[c] = {a}, v[c] = {hasValue ? va : a};
-                    setArg(inv, "threshold", c, a);
-                    if (hasValue) setArg(inv, "value", c, va);
+                    inv.setNumber("threshold", c, a);
+                    if (hasValue) inv.setNumber("value", c, va);
                 }
                 near.insert(near.end(), t[c].begin(), t[c].end());
             }

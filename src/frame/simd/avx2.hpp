@@ -370,6 +370,19 @@ OVK_SIMD_INLINE Vec<To> narrowSat(Vec<From> lo, Vec<From> hi)
     }
 }
 
+// The same in memory order (lo's lanes first, then hi's; the lower half of
+// v first): the 64-bit quarters are reordered around the in-block steps.
+template <class T>
+OVK_SIMD_INLINE Halves<Wider<T>> widenInOrder(Vec<T> v)
+{
+    return widen(raw::fromBits<T>(_mm256_permute4x64_epi64(raw::bits(v), _MM_SHUFFLE(3, 1, 2, 0))));
+}
+template <class To, class From>
+OVK_SIMD_INLINE Vec<To> narrowSatInOrder(Vec<From> lo, Vec<From> hi)
+{
+    return raw::fromBits<To>(_mm256_permute4x64_epi64(raw::bits(narrowSat<To>(lo, hi)), _MM_SHUFFLE(3, 1, 2, 0)));
+}
+
 // --- Whole-vector moves -------------------------------------------------------
 
 template <class T>

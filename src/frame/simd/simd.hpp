@@ -15,7 +15,8 @@
 //   compares     eq, ne, gt, ge, ordered: mask vectors; select; maskBits
 //   min, max
 //   width        widen (into Halves of twice the width), narrowSat (back,
-//                saturating); the order inside the halves is the backend's
+//                saturating); the order inside the halves is the backend's;
+//                widenInOrder, narrowSatInOrder keep memory order (a little dearer)
 //   blocks       zipLower, zipUpper (within each 128-bit block)
 //   moves        reverse; bytesFrom<K> (bytes across two vectors); loadInterleaved<N>, storeInterleaved<N> (bytes of
 //                2, 3, 4 channels); PixelBytePermutation<N>; transposeBlock (kBlockSide<T> square)

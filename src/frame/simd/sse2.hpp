@@ -400,6 +400,19 @@ OVK_SIMD_INLINE Vec<To> narrowSat(Vec<From> lo, Vec<From> hi)
     }
 }
 
+// The same in memory order (lo's lanes first, then hi's; the lower half of
+// v first): a single block has no other order.
+template <class T>
+OVK_SIMD_INLINE Halves<Wider<T>> widenInOrder(Vec<T> v)
+{
+    return widen(v);
+}
+template <class To, class From>
+OVK_SIMD_INLINE Vec<To> narrowSatInOrder(Vec<From> lo, Vec<From> hi)
+{
+    return narrowSat<To>(lo, hi);
+}
+
 // --- Whole-vector moves -------------------------------------------------------
 
 // The lanes in reverse order.
