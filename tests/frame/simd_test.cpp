@@ -318,6 +318,23 @@ TEST(SimdWidth, InOrderWideningAndNarrowing)
     checkInOrder<uint16_t>();
 }
 
+TEST(SimdWidth, IntegerFloatConversions)
+{
+    REQUIRE_TARGET();
+    std::mt19937 rng(3);
+    for (int trial = 0; trial < 100; ++trial) {
+        const Lanes<int32_t> i = randomLanes<int32_t>(rng);
+        const Lanes<float> f = randomLanes<float>(rng);
+        const auto asFloat = lanesOf(toFloat(vecOf(i)));
+        const auto truncated = lanesOf(truncate(vecOf(f)));
+        for (int k = 0; k < kLanes<float>; ++k) {
+            EXPECT_EQ(asFloat[k], float(i[k]));
+            const bool fits = f[k] > -2147483904.0f && f[k] < 2147483648.0f;  // NaN fails both
+            EXPECT_EQ(truncated[k], fits ? int32_t(f[k]) : INT32_MIN) << f[k];
+        }
+    }
+}
+
 TEST(SimdWidth, PairProductsAndExactSums)
 {
     REQUIRE_TARGET();

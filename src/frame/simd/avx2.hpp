@@ -192,6 +192,12 @@ Vec<T> sqrt(Vec<T> a)
     else return {_mm256_sqrt_pd(a.raw)};
 }
 
+// Between 32-bit integer and float lanes: toFloat rounds as the processor's
+// rounding control says (to nearest unless a caller changed it); truncate
+// rounds toward zero, and a value outside the int32 range gives INT32_MIN.
+OVK_SIMD_INLINE Vec<float> toFloat(Vec<std::int32_t> v) { return {_mm256_cvtepi32_ps(v.raw)}; }
+OVK_SIMD_INLINE Vec<std::int32_t> truncate(Vec<float> v) { return {_mm256_cvttps_epi32(v.raw)}; }
+
 // --- Shifts by a constant -----------------------------------------------------
 
 template <int K, class T>

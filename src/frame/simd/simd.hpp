@@ -10,7 +10,7 @@
 //   bitwise      bitAnd, bitOr, bitXor, bitAndNot
 //   arithmetic   add, sub (wrapping); addSat, subSat (8/16-bit); averageRound
 //                (8u/16u, ties up); mulLow, mulHigh, mulWide, mulAddPairs;
-//                mul, div, sqrt (floating point)
+//                mul, div, sqrt (floating point); toFloat, truncate (int32 <-> float)
 //   shifts       shiftLeft<K>, shiftRight<K> (arithmetic on signed lanes)
 //   compares     eq, ne, gt, ge, ordered: mask vectors; select; maskBits
 //   min, max
