@@ -378,6 +378,7 @@ def lint(fn, where):
     family, types, layout, flags = split_name(fn.name)
     if not types:
         return
+    types = ["8u" if t == "1u" else t for t in types]  # one-bit rows are bytes in C
     shape_types = {code_of(a) for a in fn.targs} - {None}
     if shape_types != set(types):
         raise RegistryError(f"{where}: {fn.name} names {'/'.join(types)} but its shape binds {'/'.join(sorted(shape_types)) or 'no type'}")

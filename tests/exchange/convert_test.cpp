@@ -173,3 +173,68 @@ TEST(Scale, ToBytePathsAgree)
 }
 
 }  // namespace
+
+namespace {
+
+// Bit i of a row that starts at bit `offset`, in either order.
+bool bitOf(const std::vector<Ovk8u>& row, int offset, int i, bool msbFirst)
+{
+    const int at = offset + i;
+    return (row[std::size_t(at / 8)] >> (msbFirst ? 7 - at % 8 : at % 8)) & 1;
+}
+
+template <class T>
+void checkBitPlanes(OvkStatus (*toBits)(const T*, int, Ovk8u*, int, int, OvkiSize, T),
+                    OvkStatus (*fromBits)(const Ovk8u*, int, int, T*, int, OvkiSize, T, T))
+{
+    std::mt19937 rng(sizeof(T));
+    for (int trial = 0; trial < 60; ++trial) {
+        const int w = 1 + int(rng() % 70), offset = int(rng() % 8), bytes = (offset + w + 7) / 8 + 2;
+        std::vector<T> gray(std::size_t(w) * 2);
+        for (T& v : gray) v = T(int(rng() % 9) - 2);
+        std::vector<Ovk8u> bits(std::size_t(bytes) * 2), before;
+        for (Ovk8u& b : bits) b = Ovk8u(rng());
+        before = bits;
+        ASSERT_EQ(toBits(gray.data(), int(w * sizeof(T)), bits.data(), bytes, offset, {w, 2}, T(3)), ovkStatusOk);
+        for (int y = 0; y < 2; ++y) {
+            const std::vector<Ovk8u> row(bits.begin() + y * bytes, bits.begin() + (y + 1) * bytes),
+                old(before.begin() + y * bytes, before.begin() + (y + 1) * bytes);
+            for (int i = -offset; i < bytes * 8 - offset; ++i) {
+                const bool inside = i >= 0 && i < w;
+                ASSERT_EQ(bitOf(row, offset, i, false), inside ? gray[std::size_t(y * w + i)] > T(3) : bitOf(old, offset, i, false))
+                    << "width " << w << ", offset " << offset << ", bit " << i;
+            }
+            std::vector<T> back(static_cast<std::size_t>(w));
+            ASSERT_EQ(fromBits(row.data(), bytes, offset, back.data(), int(w * sizeof(T)), {w, 1}, T(-7), T(9)), ovkStatusOk);
+            for (int i = 0; i < w; ++i) ASSERT_EQ(back[std::size_t(i)], gray[std::size_t(y * w + i)] > T(3) ? T(9) : T(-7));
+        }
+    }
+}
+
+TEST(BitPlanes, ThresholdIntoBitsAndBack)
+{
+    checkBitPlanes<Ovk8u>(ovkiGrayToBin_8u1u_C1R, ovkiBinToGray_1u8u_C1R);
+    checkBitPlanes<Ovk16u>(ovkiGrayToBin_16u1u_C1R, ovkiBinToGray_1u16u_C1R);
+    checkBitPlanes<Ovk16s>(ovkiGrayToBin_16s1u_C1R, ovkiBinToGray_1u16s_C1R);
+    checkBitPlanes<Ovk32f>(ovkiGrayToBin_32f1u_C1R, ovkiBinToGray_1u32f_C1R);
+}
+
+TEST(BitPlanes, MostSignificantFirstForConvert)
+{
+    const Ovk8u one[2] = {0x80, 0x01};
+    Ovk8u out[12];
+    ASSERT_EQ(ovkiConvert_1u8u_C1R(one, 2, 0, out, 12, {12, 1}), ovkStatusOk);
+    EXPECT_EQ(std::vector<int>(out, out + 12), (std::vector<int>{255, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+    const Ovk8u nine = 0x09;  // from bit 7 - 3 down: 0, 1, 0, 0, 1
+    ASSERT_EQ(ovkiConvert_1u8u_C1R(&nine, 1, 3, out, 12, {5, 1}), ovkStatusOk);
+    EXPECT_EQ(std::vector<int>(out, out + 5), (std::vector<int>{0, 255, 0, 0, 255}));
+    ASSERT_EQ(ovkiBinToGray_1u8u_C1R(one, 2, 0, out, 12, {8, 1}, 1, 2), ovkStatusOk);
+    EXPECT_EQ(std::vector<int>(out, out + 8), (std::vector<int>{1, 1, 1, 1, 1, 1, 1, 2}));
+    const Ovk8u hundred[2] = {100, 101};
+    Ovk8u packed = 0xF0;
+    ASSERT_EQ(ovkiGrayToBin_8u1u_C1R(hundred, 2, &packed, 1, 0, {2, 1}, 100), ovkStatusOk);
+    EXPECT_EQ(packed, 0xF2);
+    EXPECT_EQ(ovkiGrayToBin_8u1u_C1R(hundred, 2, &packed, 1, -1, {2, 1}, 100), ovkStatusSizeError);
+}
+
+}  // namespace
