@@ -9,9 +9,10 @@
 //   scaled     the Sfs forms, one channel: the exact value times
 //              2^-scaleFactor, rounded as above and saturated
 //
-// Every rounding here is computed with exact operations (a truncation and
-// the fraction it leaves), never with the processor's rounding control, so
-// results do not depend on it and it is never changed.
+// Scalar rounding uses exact operations (a truncation and the fraction it
+// leaves); the vector form of ties-to-even uses the processor's conversion
+// with the rounding control set to nearest for the call and restored after,
+// so results never depend on the caller's setting.
 #pragma once
 
 #include <bit>
@@ -57,6 +58,21 @@ struct ExactRule {
         if constexpr (std::is_floating_point_v<D>) return simd::toFloat(v);
         else return v;  // the store saturates
     }
+    // 16 to 8 bits: one saturating narrowing; 8 to 16 bits where the sign
+    // needs no clamping: one widening.
+    OVK_SIMD_INLINE void block(const S* src, D* dst) const
+        requires((sizeof(S) == 2 && sizeof(D) == 1 && std::is_integral_v<S>) ||
+                 (sizeof(S) == 1 && sizeof(D) == 2 && (std::is_unsigned_v<S> || std::is_signed_v<D>)))
+    {
+        using namespace simd;
+        if constexpr (sizeof(S) == 2) {
+            store(narrowSatInOrder<D>(load(src), load(src + kLanes<S>)), dst);
+        } else {
+            const Halves<Wider<S>> h = widenInOrder(load(src));
+            store(bitcast<D>(h.lo), dst);
+            store(bitcast<D>(h.hi), dst + kLanes<D>);
+        }
+    }
 };
 
 // --- Float to integer, rounded --------------------------------------------------
@@ -89,12 +105,7 @@ OVK_SIMD_INLINE simd::Vec<std::int32_t> roundedLanes(simd::Vec<float> x)
     } else if constexpr (R == Rounding::awayFromZero) {
         return truncate(add(x, select(gt(zero<float>(), x), splat(-0.5f), splat(0.5f))));
     } else {
-        const Vec<std::int32_t> t = truncate(x);
-        const Vec<float> frac = sub(x, toFloat(t)), half = splat(0.5f), minusHalf = splat(-0.5f);
-        const Vec<float> odd = bitcast<float>(eq(bitAnd(t, splat(1)), splat(1)));
-        const Vec<float> up = bitOr(gt(frac, half), bitAnd(eq(frac, half), odd));
-        const Vec<float> down = bitOr(gt(minusHalf, frac), bitAnd(eq(frac, minusHalf), odd));
-        return add(sub(t, bitcast<std::int32_t>(up)), bitcast<std::int32_t>(down));  // masks are -1
+        return roundToInt(x);  // within a NearestRounding
     }
 }
 
@@ -113,8 +124,14 @@ struct RoundRule {
     simd::Vec<std::int32_t> operator()(simd::Vec<float> x) const
     {
         using namespace simd;
-        const Vec<float> number = select(ordered(x, x), x, zero<float>());
-        return roundedLanes<R>(min(max(number, splat(kLow)), splat(kHigh)));
+        if constexpr (std::is_unsigned_v<D>) {
+            // min keeps a NaN, which converts to INT32_MIN like anything far below
+            // 0; the narrowing store saturates all of those to 0
+            return roundedLanes<R>(min(splat(kHigh), x));
+        } else {
+            const Vec<float> number = select(ordered(x, x), x, zero<float>());
+            return roundedLanes<R>(min(max(number, splat(kLow)), splat(kHigh)));
+        }
     }
 };
 
@@ -210,8 +227,10 @@ OvkStatus convertRounded(const S* pSrc, int srcStep, D* pDst, int dstStep, OvkiS
     OVK_CHECK(check::steps(srcStep, dstStep));
     switch (roundingOf(roundMode)) {
     case Rounding::zero: return convertImage<Ovk32f, D, L>(pSrc, srcStep, pDst, dstStep, roiSize, RoundRule<D, Rounding::zero>{});
-    case Rounding::nearEven:
+    case Rounding::nearEven: {
+        const simd::NearestRounding nearest;
         return convertImage<Ovk32f, D, L>(pSrc, srcStep, pDst, dstStep, roiSize, RoundRule<D, Rounding::nearEven>{});
+    }
     default:
         return convertImage<Ovk32f, D, L>(pSrc, srcStep, pDst, dstStep, roiSize, RoundRule<D, Rounding::awayFromZero>{});
     }

@@ -73,11 +73,15 @@ concept VectorRule = kBlockType<S> && kBlockType<D> && requires(const Rule& r, s
     { r(v) } -> std::same_as<simd::Vec<WorkLane<D>>>;
 };
 
+// A rule may also move a whole block itself (block(src, dst)) where one
+// narrowing or widening step does the work without the 32-bit lanes.
 template <class S, class D, class Rule>
 void convertRow(const S* src, D* dst, int n, const Rule& rule)
 {
     int x = 0;
-    if constexpr (VectorRule<Rule, S, D>) {
+    if constexpr (requires { rule.block(src, dst); }) {
+        for (; x + kBlock <= n; x += kBlock) rule.block(src + x, dst + x);
+    } else if constexpr (VectorRule<Rule, S, D>) {
         for (; x + kBlock <= n; x += kBlock) {
             simd::Vec<WorkLane<S>> in[4];
             simd::Vec<WorkLane<D>> out[4];

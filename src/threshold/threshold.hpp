@@ -74,19 +74,35 @@ struct RuleRow {
             }
     }
 
-    // n <= kConstantChunk elements starting at a pixel.
+    // n <= kConstantChunk elements starting at a pixel. With one channel
+    // every lane has the same rule, held in registers.
+    // A single rule over one channel may also need no flip (signed lanes,
+    // `>`) or replace by zero; those steps then drop out of the loop.
+    void apply(const T* src, T* dst, int n, bool uniform) const
+    {
+        if constexpr (Rules == 1) {
+            if (uniform && flip[0][0] == 0)
+                return value[0][0] == 0 ? apply<true, false, true>(src, dst, n) : apply<true, false, false>(src, dst, n);
+            if (uniform && value[0][0] == 0) return apply<true, true, true>(src, dst, n);
+        }
+        return uniform ? apply<true, true, false>(src, dst, n) : apply<false, true, false>(src, dst, n);
+    }
+
+    template <bool Uniform, bool Flips, bool ZeroValue>
     void apply(const T* src, T* dst, int n) const
     {
+        using namespace simd;
         constexpr int kLanes = simd::kLanes<S>;
+        const auto at = [](const S* pattern, int i) { return Uniform ? splat(pattern[0]) : load(pattern + i); };
         int i = 0;
         for (; i + kLanes <= n; i += kLanes) {
-            const simd::Vec<S> x = simd::load(reinterpret_cast<const S*>(src + i));
-            simd::Vec<S> r = x;
+            const Vec<S> x = load(reinterpret_cast<const S*>(src + i));
+            Vec<S> r = x;
             for (int k = Rules - 1; k >= 0; --k) {  // the first rule is applied last, so it wins
-                const simd::Vec<S> holds = simd::gt(simd::bitXor(x, simd::load(flip[k] + i)), simd::load(bound[k] + i));
-                r = simd::select(holds, simd::load(value[k] + i), r);
+                const Vec<S> holds = gt(Flips ? bitXor(x, at(flip[k], i)) : x, at(bound[k], i));
+                r = ZeroValue ? bitAndNot(holds, r) : select(holds, at(value[k], i), r);
             }
-            simd::store(r, reinterpret_cast<S*>(dst + i));
+            store(r, reinterpret_cast<S*>(dst + i));
         }
         for (; i < n; ++i) {
             const S x = std::bit_cast<S>(src[i]);
@@ -103,9 +119,32 @@ OvkStatus applyRules(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiSize 
 {
     const RuleRow<T, Rules> row(rules, L::stored);
     return runUnary<L>(Image<const T>(pSrc, srcStep), Image<T>(pDst, dstStep), roi, [&](const T* s, T* d, int n) {
-        for (int x = 0; x < n; x += kConstantChunk) row.apply(s + x, d + x, std::min(kConstantChunk, n - x));
+        for (int x = 0; x < n; x += kConstantChunk) row.apply(s + x, d + x, std::min(kConstantChunk, n - x), L::stored == 1);
         return ovkStatusOk;
     });
+}
+
+// An integer rule whose value is its threshold clips: "x > T gives T" is
+// min(x, T), "x < T gives T" is max(x, T), in the element's own order.
+template <class T, class L>
+OvkStatus applyClip(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiSize roi, const T* limits, bool above)
+{
+    alignas(64) T limit[kConstantChunk];
+    for (int i = 0; i < kConstantChunk; ++i) limit[i] = limits[i % L::stored % L::processed];
+    const auto clip = [&](auto bound) {
+        return runUnary<L>(Image<const T>(pSrc, srcStep), Image<T>(pDst, dstStep), roi, [&](const T* s, T* d, int n) {
+            for (int x = 0; x < n; x += kConstantChunk) {
+                const int m = std::min(kConstantChunk, n - x);
+                int i = 0;
+                for (constexpr int kLanes = simd::kLanes<T>; i + kLanes <= m; i += kLanes)
+                    simd::store(bound(simd::load(s + x + i), simd::load(limit + i)), d + x + i);
+                for (; i < m; ++i) d[x + i] = bound(s[x + i], limit[i]);
+            }
+            return ovkStatusOk;
+        });
+    };
+    if (above) return clip([](auto x, auto t) { using std::min, simd::min; return min(x, t); });
+    return clip([](auto x, auto t) { using std::max, simd::max; return max(x, t); });
 }
 
 // --- The Val kernel and the forms built on it ---------------------------------
@@ -121,6 +160,11 @@ OvkStatus thresholdVal(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiSiz
     OVK_CHECK(check::require(!constantIsNull<T, L>(threshold) && !constantIsNull<T, L>(value), ovkStatusNullPointer));
     const T* t = constantValues<T, L>(threshold);
     const T* v = constantValues<T, L>(value);
+    if constexpr (std::is_integral_v<T>) {
+        bool clips = true;
+        for (int c = 0; c < L::processed; ++c) clips = clips && t[c] == v[c];
+        if (clips) return applyClip<T, L>(pSrc, srcStep, pDst, dstStep, roiSize, t, cmpOp == ovkCmpGreater);
+    }
     Rule<T> rules[1][4];
     for (int c = 0; c < L::processed; ++c) rules[0][c] = ruleOf(t[c], v[c], cmpOp == ovkCmpGreater);
     return applyRules<T, L>(pSrc, srcStep, pDst, dstStep, roiSize, rules);

@@ -133,6 +133,13 @@ TEST(Convert, KnownValues)
         return std::vector<int>(out, out + 8);
     };
     EXPECT_EQ(run(1), (std::vector<int>{0, 2, 2, 254, 255, 0, 0, 255}));
+    std::fesetround(FE_UPWARD);  // the caller's rounding control neither matters nor changes
+    const std::vector<float> halves(64, 2.5f);
+    Ovk8u twos[64];
+    ASSERT_EQ(ovkiConvert_32f8u_C1R(halves.data(), 256, twos, 64, {64, 1}, ovkRndNear), ovkStatusOk);
+    EXPECT_EQ(std::vector<int>(twos, twos + 64), std::vector<int>(64, 2));
+    EXPECT_EQ(std::fegetround(), FE_UPWARD);
+    std::fesetround(FE_TONEAREST);
     EXPECT_EQ(run(2), (std::vector<int>{1, 2, 3, 255, 255, 0, 0, 255}));
     EXPECT_EQ(run(7), run(2));
     EXPECT_EQ(run(0)[7], 254);

@@ -197,6 +197,8 @@ Vec<T> sqrt(Vec<T> a)
 // rounds toward zero, and a value outside the int32 range gives INT32_MIN.
 OVK_SIMD_INLINE Vec<float> toFloat(Vec<std::int32_t> v) { return {_mm256_cvtepi32_ps(v.raw)}; }
 OVK_SIMD_INLINE Vec<std::int32_t> truncate(Vec<float> v) { return {_mm256_cvttps_epi32(v.raw)}; }
+// Rounded as the rounding control says (half to even within a NearestRounding).
+OVK_SIMD_INLINE Vec<std::int32_t> roundToInt(Vec<float> v) { return {_mm256_cvtps_epi32(v.raw)}; }
 
 // --- Shifts by a constant -----------------------------------------------------
 

@@ -10,7 +10,8 @@
 //   bitwise      bitAnd, bitOr, bitXor, bitAndNot
 //   arithmetic   add, sub (wrapping); addSat, subSat (8/16-bit); averageRound
 //                (8u/16u, ties up); mulLow, mulHigh, mulWide, mulAddPairs;
-//                mul, div, sqrt (floating point); toFloat, truncate (int32 <-> float)
+//                mul, div, sqrt (floating point); toFloat, truncate, roundToInt (int32 <->
+//                float; NearestRounding sets the rounding control for a scope)
 //   shifts       shiftLeft<K>, shiftRight<K> (arithmetic on signed lanes)
 //   compares     eq, ne, gt, ge, ordered: mask vectors; select; maskBits
 //   min, max
@@ -42,3 +43,4 @@
 #endif
 
 #include "frame/simd/generic.hpp"
+#include "frame/simd/rounding_control.hpp"

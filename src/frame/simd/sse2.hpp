@@ -206,6 +206,8 @@ Vec<T> sqrt(Vec<T> a)  // floating-point lanes, correctly rounded
 // rounds toward zero, and a value outside the int32 range gives INT32_MIN.
 OVK_SIMD_INLINE Vec<float> toFloat(Vec<std::int32_t> v) { return {_mm_cvtepi32_ps(v.raw)}; }
 OVK_SIMD_INLINE Vec<std::int32_t> truncate(Vec<float> v) { return {_mm_cvttps_epi32(v.raw)}; }
+// Rounded as the rounding control says (half to even within a NearestRounding).
+OVK_SIMD_INLINE Vec<std::int32_t> roundToInt(Vec<float> v) { return {_mm_cvtps_epi32(v.raw)}; }
 
 // --- Shifts by a constant: logical right on unsigned lanes, arithmetic on signed
 
