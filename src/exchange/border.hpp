@@ -41,7 +41,7 @@ void movePixels(const T* s, T* d, int n)
     if constexpr (!L::keepsAlpha) {
         copyForward(s, d, std::size_t(n) * L::stored);
     } else {
-        for (int x = 0; x < n; ++x)
+        for (std::ptrdiff_t x = 0; x < n; ++x)
             for (int c = 0; c < L::processed; ++c) d[x * L::stored + c] = s[x * L::stored + c];
     }
 }
@@ -49,7 +49,7 @@ void movePixels(const T* s, T* d, int n)
 template <class L, class T>
 void repeatPixel(const T* px, T* d, int n)
 {
-    for (int x = 0; x < n; ++x)
+    for (std::ptrdiff_t x = 0; x < n; ++x)
         for (int c = 0; c < L::processed; ++c) d[x * L::stored + c] = px[c];
 }
 
@@ -71,9 +71,9 @@ void replicateBorder(Image<const T> src, Image<T> dst, const Frame& f, bool inPl
     constexpr int S = L::stored;
     for (int y = 0; y < f.src.height; ++y) {
         T* d = dst.row(f.top + y);
-        const T* first = inPlace ? d + f.left * S : src.row(y);
-        if (!inPlace) movePixels<L>(first, d + f.left * S, f.src.width);
-        const T* firstPx = d + f.left * S;
+        const T* first = inPlace ? d + std::ptrdiff_t(f.left) * S : src.row(y);
+        if (!inPlace) movePixels<L>(first, d + std::ptrdiff_t(f.left) * S, f.src.width);
+        const T* firstPx = d + std::ptrdiff_t(f.left) * S;
         const T* lastPx = d + (f.left + f.src.width - 1) * S;
         repeatPixel<L>(firstPx, d, f.left);
         repeatPixel<L>(lastPx, d + (f.left + f.src.width) * S, f.right());
@@ -130,7 +130,7 @@ OvkStatus copyConstBorder(const T* pSrc, int srcStep, OvkiSize srcRoiSize, T* pD
     for (int y = 0; y < f.src.height; ++y) {
         T* d = dst.row(f.top + y);
         repeatPixel<L>(values, d, f.left);
-        movePixels<L>(src.row(y), d + f.left * S, f.src.width);
+        movePixels<L>(src.row(y), d + std::ptrdiff_t(f.left) * S, f.src.width);
         repeatPixel<L>(values, d + (f.left + f.src.width) * S, f.right());
     }
     fillRows<L>(Image<T>(dst.row(f.top + f.src.height), dstStep), {f.dst.width, f.bottom()}, values);

@@ -60,7 +60,7 @@ OvkStatus copyChannels(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiSiz
     OVK_CHECK(check::pointers(pSrc, pDst));
     OVK_CHECK(check::size(roiSize));
     forEachRow(roiSize, [w = roiSize.width](const T* s, T* d) {
-        for (int x = 0; x < w; ++x)
+        for (std::ptrdiff_t x = 0; x < w; ++x)
             for (int c = 0; c < Count; ++c) d[x * DstStride + c] = s[x * SrcStride + c];
     }, image(pSrc, srcStep), image(pDst, dstStep));
     return ovkStatusOk;
@@ -78,7 +78,7 @@ OvkStatus copyToPlanes(const T* pSrc, int srcStep, T* const pDst[Planes], int ds
         const T* s = src.row(y);
         T* d[Planes];
         for (int c = 0; c < Planes; ++c) d[c] = Image<T>(pDst[c], dstStep).row(y);
-        int x = 0;
+        std::ptrdiff_t x = 0;
         if constexpr (std::is_same_v<T, Ovk8u>) {
             constexpr int n = simd::kLanes<Ovk8u>;
             for (; x + n <= roiSize.width; x += n) {
@@ -104,7 +104,7 @@ OvkStatus copyFromPlanes(const T* const pSrc[Planes], int srcStep, T* pDst, int 
         const T* s[Planes];
         for (int c = 0; c < Planes; ++c) s[c] = Image<const T>(pSrc[c], srcStep).row(y);
         T* d = dst.row(y);
-        int x = 0;
+        std::ptrdiff_t x = 0;
         if constexpr (std::is_same_v<T, Ovk8u>) {
             constexpr int n = simd::kLanes<Ovk8u>;
             for (; x + n <= roiSize.width; x += n) {
@@ -127,7 +127,7 @@ OvkStatus copyMasked(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiSize 
     OVK_CHECK(check::pointers(pSrc, pDst, pMask));
     OVK_CHECK(check::size(roiSize));
     forEachRow(roiSize, [w = roiSize.width](const T* s, T* d, const Ovk8u* m) {
-        for (int x = 0; x < w; ++x)
+        for (std::ptrdiff_t x = 0; x < w; ++x)
             if (m[x])
                 for (int c = 0; c < L::processed; ++c) d[x * L::stored + c] = s[x * L::stored + c];
     }, image(pSrc, srcStep), image(pDst, dstStep), image(pMask, maskStep));

@@ -37,7 +37,7 @@ void generate(Image<T> dst, OvkiSize roi, F&& f)
 {
     for (int y = 0; y < roi.height; ++y) {
         T* d = dst.row(y);
-        for (int x = 0; x < roi.width; ++x) {
+        for (std::ptrdiff_t x = 0; x < roi.width; ++x) {
             const T v = f(x, y);
             for (int c = 0; c < L::processed; ++c) d[x * L::stored + c] = v;
         }
@@ -132,7 +132,7 @@ void addNoise(Image<T> img, OvkiSize roi, Noise&& noise)
 {
     for (int y = 0; y < roi.height; ++y) {
         T* p = img.row(y);
-        for (int x = 0; x < roi.width; ++x) {
+        for (std::ptrdiff_t x = 0; x < roi.width; ++x) {
             if constexpr (std::is_floating_point_v<T>) {
                 p[x] = static_cast<T>(p[x] + noise());
             } else {

@@ -50,7 +50,7 @@ constexpr PlaceMasks kPlaceMask = [] {
 // reversed as one row (pixels in reverse order, each with its channels
 // reversed), then the first and last byte of every pixel exchanged by
 // reading the row two bytes further on and two bytes back. Advances x.
-inline void reverseThreeByteRow(const Ovk8u* s, Ovk8u* d, int w, int& x)
+inline void reverseThreeByteRow(const Ovk8u* s, Ovk8u* d, int w, std::ptrdiff_t& x)
 {
     using namespace simd;
     constexpr int n = kLanes<Ovk8u>;
@@ -77,7 +77,7 @@ template <class L, class T>
 void reverseRow(const T* s, T* d, int w)
 {
     constexpr int S = L::stored, bytes = S * int(sizeof(T));
-    int x = 0;
+    std::ptrdiff_t x = 0;
     if constexpr (!L::keepsAlpha && (bytes == 1 || bytes == 2 || bytes == 4 || bytes == 8)) {
         using P = PixelLane<bytes>;
         constexpr int n = simd::kLanes<P>;
@@ -112,19 +112,19 @@ OvkStatus mirrorInPlace(T* pSrcDst, int srcDstStep, OvkiSize roiSize, OvkiAxis f
         for (int y = 0; y < h / 2; ++y) {
             T* a = img.row(y);
             T* b = img.row(h - 1 - y);
-            for (int x = 0; x < w; ++x) swapPixel<L>(a + x * S, b + x * S);
+            for (std::ptrdiff_t x = 0; x < w; ++x) swapPixel<L>(a + x * S, b + x * S);
         }
     } else if (flip == ovkAxsVertical) {
         for (int y = 0; y < h; ++y) {
             T* r = img.row(y);
-            for (int x = 0; x < w / 2; ++x) swapPixel<L>(r + x * S, r + (w - 1 - x) * S);
+            for (std::ptrdiff_t x = 0; x < w / 2; ++x) swapPixel<L>(r + x * S, r + (w - 1 - x) * S);
         }
     } else {  // both: a rotation by 180 degrees, pixel (x, y) with (w-1-x, h-1-y)
         for (int y = 0; y < (h + 1) / 2; ++y) {
             T* a = img.row(y);
             T* b = img.row(h - 1 - y);
             const int xEnd = (y == h - 1 - y) ? w / 2 : w;  // the middle row swaps its halves only
-            for (int x = 0; x < xEnd; ++x) swapPixel<L>(a + x * S, b + (w - 1 - x) * S);
+            for (std::ptrdiff_t x = 0; x < xEnd; ++x) swapPixel<L>(a + x * S, b + (w - 1 - x) * S);
         }
     }
     return ovkStatusOk;
@@ -166,7 +166,7 @@ OvkStatus mirror(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiSize roiS
             const T* s = src.row(y);
             T* d = dst.row(h - 1 - y);
             if constexpr (L::keepsAlpha)
-                for (int x = 0; x < w; ++x) copyPixel<L>(s + x * S, d + x * S);
+                for (std::ptrdiff_t x = 0; x < w; ++x) copyPixel<L>(s + x * S, d + x * S);
             else
                 std::memcpy(d, s, sizeof(T) * S * w);
         }
@@ -181,11 +181,11 @@ OvkStatus mirror(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiSize roiS
         break;
     case ovkAxs45:
         for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x) copyPixel<L>(src.row(y) + x * S, dst.row(x) + y * S);
+            for (std::ptrdiff_t x = 0; x < w; ++x) copyPixel<L>(src.row(y) + x * S, dst.row(int(x)) + std::ptrdiff_t(y) * S);
         break;
     default:  // ovkAxs135: dst(w-1-c, h-1-r) = src(r, c)
         for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x) copyPixel<L>(src.row(y) + x * S, dst.row(w - 1 - x) + (h - 1 - y) * S);
+            for (std::ptrdiff_t x = 0; x < w; ++x) copyPixel<L>(src.row(y) + x * S, dst.row(int(w - 1 - x)) + std::ptrdiff_t(h - 1 - y) * S);
         break;
     }
     return ovkStatusOk;

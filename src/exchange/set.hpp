@@ -24,7 +24,7 @@ OvkStatus setChannel(T value, T* pDst, int dstStep, OvkiSize roiSize)
     OVK_CHECK(check::pointers(pDst));
     OVK_CHECK(check::size(roiSize));
     forEachRow(roiSize, [&](T* d) {
-        for (int x = 0; x < roiSize.width; ++x) d[x * Stride] = value;
+        for (std::ptrdiff_t x = 0; x < roiSize.width; ++x) d[x * Stride] = value;
     }, image(pDst, dstStep));
     return ovkStatusOk;
 }
@@ -36,7 +36,7 @@ OvkStatus setMasked(ConstArg<T, L> value, T* pDst, int dstStep, OvkiSize roiSize
     OVK_CHECK(check::pointers(pDst, values, pMask));
     OVK_CHECK(check::size(roiSize));
     forEachRow(roiSize, [&](T* d, const Ovk8u* m) {
-        for (int x = 0; x < roiSize.width; ++x)
+        for (std::ptrdiff_t x = 0; x < roiSize.width; ++x)
             if (m[x])
                 for (int c = 0; c < L::processed; ++c) d[x * L::stored + c] = values[c];
     }, image(pDst, dstStep), image(pMask, maskStep));
@@ -49,7 +49,7 @@ OvkStatus dup(const Ovk8u* pSrc, int srcStep, Ovk8u* pDst, int dstStep, OvkiSize
     OVK_CHECK(check::pointers(pSrc, pDst));
     OVK_CHECK(check::size(roiSize));
     forEachRow(roiSize, [&](const Ovk8u* s, Ovk8u* d) {
-        for (int x = 0; x < roiSize.width; ++x)
+        for (std::ptrdiff_t x = 0; x < roiSize.width; ++x)
             for (int c = 0; c < Channels; ++c) d[x * Channels + c] = s[x];
     }, image(pSrc, srcStep), image(pDst, dstStep));
     return ovkStatusOk;

@@ -39,7 +39,7 @@ void swapRows(Image<const T> src, Image<T> dst, OvkiSize roi, const int* order, 
     for (int y = 0; y < roi.height; ++y) {
         const T* s = src.row(y);
         T* d = dst.row(y);
-        int x = 0;
+        std::ptrdiff_t x = 0;
         if constexpr (kVectors) {
             // A vector of pixels at a time (each reads its pixels before it
             // writes them, so in place works).

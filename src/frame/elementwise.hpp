@@ -25,6 +25,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 
 #include "frame/check.hpp"
 #include "frame/fill.hpp"
@@ -66,6 +67,19 @@ inline void keepFirst(OvkStatus& kept, OvkStatus s)
     if (kept == ovkStatusOk) kept = s;
 }
 
+// A row of more elements than an int counts reaches the row function in
+// pieces of whole pixels (a multiple of every channel count, vector width and
+// constant chunk), so no element count overflows.
+inline constexpr std::int64_t kRowPiece = std::int64_t(kConstantChunk) << 20;
+
+template <class F>
+OvkStatus inPieces(std::int64_t n, F&& piece)
+{
+    OvkStatus kept = ovkStatusOk;
+    for (std::int64_t x = 0; x < n; x += kRowPiece) keepFirst(kept, piece(x, int(std::min(kRowPiece, n - x))));
+    return kept;
+}
+
 // When the rows of every image follow each other without padding, the ROI is
 // walked as one long row: the per-row set-up disappears and vector loops run
 // across row ends. Channels stay aligned, since each row holds whole pixels.
@@ -84,14 +98,15 @@ template <class L, class A, class B, class D, class Row>
 OvkStatus runBinary(Image<const A> first, Image<const B> second, Image<D> dst, OvkiSize roi, Row&& row)
 {
     roi = oneRowIfContiguous<L>(roi, first, second, dst);
+    const std::int64_t n = std::int64_t(roi.width) * L::stored;
     if constexpr (!L::keepsAlpha) {
-        const int n = roi.width * L::stored;
-        return forEachRowStatus(roi, [&](const A* a, const B* b, D* d) { return row(a, b, d, n); }, first, second, dst);
+        return forEachRowStatus(roi, [&](const A* a, const B* b, D* d) {
+            return inPieces(n, [&](std::int64_t x, int m) { return row(a + x, b + x, d + x, m); });
+        }, first, second, dst);
     } else {
         return forEachRowStatus(roi, [&](const A* a, const B* b, D* d) {
             OvkStatus kept = ovkStatusOk;
-            for (int x = 0; x < roi.width * L::stored; x += L::stored)
-                keepFirst(kept, row(a + x, b + x, d + x, L::processed));
+            for (std::int64_t x = 0; x < n; x += L::stored) keepFirst(kept, row(a + x, b + x, d + x, L::processed));
             return kept;
         }, first, second, dst);
     }
@@ -102,14 +117,15 @@ template <class L, class A, class D, class Row>
 OvkStatus runUnary(Image<const A> src, Image<D> dst, OvkiSize roi, Row&& row)
 {
     roi = oneRowIfContiguous<L>(roi, src, dst);
+    const std::int64_t n = std::int64_t(roi.width) * L::stored;
     if constexpr (!L::keepsAlpha) {
-        const int n = roi.width * L::stored;
-        return forEachRowStatus(roi, [&](const A* a, D* d) { return row(a, d, n); }, src, dst);
+        return forEachRowStatus(roi, [&](const A* a, D* d) {
+            return inPieces(n, [&](std::int64_t x, int m) { return row(a + x, d + x, m); });
+        }, src, dst);
     } else {
         return forEachRowStatus(roi, [&](const A* a, D* d) {
             OvkStatus kept = ovkStatusOk;
-            for (int x = 0; x < roi.width * L::stored; x += L::stored)
-                keepFirst(kept, row(a + x, d + x, L::processed));
+            for (std::int64_t x = 0; x < n; x += L::stored) keepFirst(kept, row(a + x, d + x, L::processed));
             return kept;
         }, src, dst);
     }
@@ -124,17 +140,17 @@ OvkStatus runConstant(const C* values, Image<const B> src, Image<D> dst, OvkiSiz
     if constexpr (!L::keepsAlpha) {
         C pattern[kConstantChunk];
         for (int i = 0; i < kConstantChunk; ++i) pattern[i] = values[i % L::stored];
-        const int n = roi.width * L::stored;
+        const std::int64_t n = std::int64_t(roi.width) * L::stored;
         return forEachRowStatus(roi, [&](const B* b, D* d) {
             OvkStatus kept = ovkStatusOk;
-            for (int x = 0; x < n; x += kConstantChunk)
-                keepFirst(kept, row(pattern, b + x, d + x, std::min(kConstantChunk, n - x)));
+            for (std::int64_t x = 0; x < n; x += kConstantChunk)
+                keepFirst(kept, row(pattern, b + x, d + x, int(std::min<std::int64_t>(kConstantChunk, n - x))));
             return kept;
         }, src, dst);
     } else {
         return forEachRowStatus(roi, [&](const B* b, D* d) {
             OvkStatus kept = ovkStatusOk;
-            for (int x = 0; x < roi.width * L::stored; x += L::stored)
+            for (std::int64_t x = 0; x < std::int64_t(roi.width) * L::stored; x += L::stored)
                 keepFirst(kept, row(values, b + x, d + x, L::processed));
             return kept;
         }, src, dst);

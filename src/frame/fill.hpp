@@ -4,6 +4,7 @@
 // result is constant.
 #pragma once
 
+#include <cstdint>
 #include <cstring>
 
 #include "frame/image.hpp"
@@ -13,7 +14,7 @@ namespace ovk {
 template <class L, class T>
 void fillRows(Image<T> dst, OvkiSize roi, const T* values)
 {
-    const int n = roi.width * L::stored;
+    const std::int64_t n = std::int64_t(roi.width) * L::stored;  // beyond an int for wide C4 rows
     if constexpr (!L::keepsAlpha) {
         // A chunk of the repeated pixel value, a multiple of 1, 2, 3 and 4
         // channels, copied along each row in blocks.
@@ -21,13 +22,13 @@ void fillRows(Image<T> dst, OvkiSize roi, const T* values)
         T pattern[kChunk];
         for (int i = 0; i < kChunk; ++i) pattern[i] = values[i % L::stored];
         forEachRow(roi, [&](T* d) {
-            int x = 0;
+            std::int64_t x = 0;
             for (; x + kChunk <= n; x += kChunk) std::memcpy(d + x, pattern, sizeof(pattern));
-            std::memcpy(d + x, pattern, sizeof(T) * (n - x));
+            std::memcpy(d + x, pattern, sizeof(T) * std::size_t(n - x));
         }, dst);
     } else {
         forEachRow(roi, [&](T* d) {
-            for (int i = 0; i < n; i += L::stored)
+            for (std::int64_t i = 0; i < n; i += L::stored)
                 for (int c = 0; c < L::processed; ++c) d[i + c] = values[c];
         }, dst);
     }

@@ -72,7 +72,7 @@ OVK_SIMD_INLINE simd::Vec<std::uint8_t> maskBytes(Next&& next)
 template <class T, class L, class Pred>
 void maskPixels(const T* a, const T* b, Ovk8u* d, int m, const Pred& holds)
 {
-    int x = 0;
+    std::ptrdiff_t x = 0;
     if constexpr (L::stored == 1) {
         constexpr int kBytes = simd::kLanes<std::uint8_t>, kLanes = simd::kLanes<T>;
         for (; x + kBytes <= m; x += kBytes) {
