@@ -149,7 +149,8 @@ struct IntegerScaleRule {
         const std::int64_t v = x;
         if (scaleFactor <= 0) {
             if (v == 0) return 0;
-            if (scaleFactor < -31) return v > 0 ? std::numeric_limits<D>::max() : std::numeric_limits<D>::lowest();  // |v| < 2^32: anything beyond overflows every destination
+            // |v| < 2^32: beyond 2^31, every non-zero value overflows every destination
+            if (scaleFactor < -31) return v > 0 ? std::numeric_limits<D>::max() : std::numeric_limits<D>::lowest();
             return saturate<D>(v * (std::int64_t(1) << -scaleFactor));
         }
         if (scaleFactor > 40) return 0;

@@ -75,9 +75,9 @@ struct RuleRow {
     }
 
     // n <= kConstantChunk elements starting at a pixel. With one channel
-    // every lane has the same rule, held in registers.
-    // A single rule over one channel may also need no flip (signed lanes,
-    // `>`) or replace by zero; those steps then drop out of the loop.
+    // (uniform) every lane has the same rule, held in registers; a single
+    // such rule may also need no flip (signed lanes, `>`) or replace by zero,
+    // and those steps then drop out of the loop.
     void apply(const T* src, T* dst, int n, bool uniform) const
     {
         if constexpr (Rules == 1) {
@@ -119,7 +119,8 @@ OvkStatus applyRules(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiSize 
 {
     const RuleRow<T, Rules> row(rules, L::stored);
     return runUnary<L>(Image<const T>(pSrc, srcStep), Image<T>(pDst, dstStep), roi, [&](const T* s, T* d, int n) {
-        for (int x = 0; x < n; x += kConstantChunk) row.apply(s + x, d + x, std::min(kConstantChunk, n - x), L::stored == 1);
+        for (int x = 0; x < n; x += kConstantChunk)
+            row.apply(s + x, d + x, std::min(kConstantChunk, n - x), L::stored == 1);
         return ovkStatusOk;
     });
 }

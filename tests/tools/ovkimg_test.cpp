@@ -101,7 +101,7 @@ protected:
     static Args runnable(const Operation& op) {
         static const std::map<std::string, Args> needed = {{"addc", {"--value", "3"}}, {"subc", {"--value", "3"}},
             {"mulc", {"--value", "3"}}, {"divc", {"--value", "3"}}, {"shift", {"--left", "1"}}, {"mirror", {"--axis", "h"}},
-            {"swap", {"--order", "2,1,0"}}, {"noise", {"--high", "3"}}};
+            {"swap", {"--order", "2,1,0"}}, {"noise", {"--high", "3"}}, {"threshold", {"--above", "200"}}};
         Args args = {op.name};
         if (!op.testImage) args.insert(args.end(), op.minInputs, "t.png");
         if (const auto it = needed.find(op.name); it != needed.end()) args.insert(args.end(), it->second.begin(), it->second.end());
@@ -281,6 +281,26 @@ TEST_F(Tool, TestImageAndConversions) {
 // Every operation the tool lists runs once, on the test image or tiny files,
 // and writes an image of the test image's layout (a new one: 512x512 gray)
 // to the default output file.
+// The threshold verbs map their options onto the library's members.
+TEST_F(Tool, ThresholdMaskOtsuAndDepthOptions) {
+    Image gray(SampleType::U8, 1, 4, 1);
+    const Ovk8u samples[4] = {10, 100, 150, 250};
+    std::copy(samples, samples + 4, gray.row<Ovk8u>(0));
+    writeImage(gray, file("g.png"));
+    const auto samplesOf = [&](const Args& args) {
+        EXPECT_EQ(run(args).first, 0);
+        const Image out = readImage(file("o.png"));
+        std::vector<int> v;
+        for (int x = 0; x < out.width(); ++x) v.push_back(out.type() == SampleType::U8 ? out.row<Ovk8u>(0)[x] : out.row<Ovk16u>(0)[x]);
+        return v;
+    };
+    EXPECT_EQ(samplesOf({"threshold", "g.png", "--above", "120", "--high", "255", "--below", "50", "--low", "0", "-o", "o.png"}),
+              (std::vector<int>{0, 100, 255, 255}));
+    EXPECT_EQ(samplesOf({"mask", "g.png", "--op", "ge", "--value", "100", "-o", "o.png"}), (std::vector<int>{0, 255, 255, 255}));
+    EXPECT_EQ(samplesOf({"depth", "g.png", "--range", "0,1000", "-o", "o.png"}), (std::vector<int>{39, 392, 588, 980}));
+    EXPECT_NE(run({"otsu", "g.png", "-o", "o.png"}).second.find("otsu threshold: 100"), npos);
+}
+
 TEST_F(Tool, EveryOperationRuns) {
     const std::string listing = run({"help"}).second;
     for (const Operation& op : operations()) {
@@ -290,7 +310,11 @@ TEST_F(Tool, EveryOperationRuns) {
         // Dividing by the mirror image meets zero divisors: a warning, not a failure.
         EXPECT_TRUE(op.name != "div"s || out.find("div: warning: library status 6 (ovkStatusDivByZero)") != npos);
         if (!op.writesImage) continue;
-        const std::string layout = op.maxInputs == 0 ? "512x512 8u C1" : op.testImage ? "512x512 8u C3" : "4x4 8u C3";
+        static const std::map<std::string, std::string> other = {
+            {"mask", "512x512 8u C1"}, {"otsu", "4x4 8u C1"}, {"depth", "512x512 16u C3"}};
+        const auto it = other.find(op.name);
+        const std::string layout = it != other.end() ? it->second
+                                   : op.maxInputs == 0 ? "512x512 8u C1" : op.testImage ? "512x512 8u C3" : "4x4 8u C3";
         EXPECT_NE(out.find("wrote ovkimg-out.png (" + layout + ")"), npos) << op.name << ": " << out;
         EXPECT_EQ(readImage(file("ovkimg-out.png")).describe(), layout) << op.name;
         fs::remove(dir / "ovkimg-out.png");

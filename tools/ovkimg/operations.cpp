@@ -2,6 +2,7 @@
 
 #include "arithmetic.hpp"
 #include "exchange.hpp"
+#include "threshold.hpp"
 
 #include <algorithm>
 #include <cinttypes>
@@ -430,6 +431,65 @@ std::span<const Operation> operations() {
             .testImage = true,
             .writesImage = true,
             .run = runXor,
+        },
+
+        // Thresholds, masks and depth.
+        {
+            .name = "threshold",
+            .help = "clip or replace samples above and/or below thresholds, channel by channel",
+            .details = "\nSamples above --above T become T (or --high V); samples below --below T become T\n"
+                       "(or --low V); with both, the upper test comes first. Comparisons are strict: a\n"
+                       "sample equal to a threshold stays. One value for every colour channel or one each\n"
+                       "(R,G,B); the alpha of a 4-channel image is kept.\n",
+            .operands = "[IN]",
+            .options = {{"above", "T", "upper threshold"},
+                        {"below", "T", "lower threshold"},
+                        {"high", "V", "value for samples above (default: the threshold)"},
+                        {"low", "V", "value for samples below (default: the threshold)"}},
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runThreshold,
+        },
+        {
+            .name = "mask",
+            .help = "compare every pixel with a value: 255 where it holds in all channels, else 0 (gray)",
+            .operands = "[IN]",
+            .options = {{"op", "lt|le|eq|ge|gt", "the comparison (default gt)"},
+                        {"value", "V", "the value, one for every channel or one each (default 128)"}},
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runMask,
+        },
+        {
+            .name = "otsu",
+            .help = "print Otsu's threshold of an 8-bit image (colour by its luma) and write it binarised",
+            .operands = "IN",
+            .minInputs = 1,
+            .maxInputs = 1,
+            .writesImage = true,
+            .run = runOtsu,
+        },
+        {
+            .name = "depth",
+            .help = "change the bits per sample, mapping the whole range or a chosen one",
+            .details = "\n8 to 16 bits multiplies by 257, or maps 0..255 onto --range LO,HI and rounds by\n"
+                       "--round (zero, near: half to even, financial: half away from zero). 16 to 8 bits\n"
+                       "divides by 257 (fast: may be one off; --accurate rounds), or maps LO..HI onto\n"
+                       "0..255 (half to even; beyond the range the ends).\n",
+            .operands = "[IN]",
+            .options = {{"to", "8|16", "bits per sample of the output (default: the other depth)"},
+                        {"range", "LO,HI", "the range to map from (16 to 8) or onto (8 to 16)"},
+                        {"round", "zero|near|financial", "rounding onto 16 bits with --range (default near)"},
+                        {"accurate", "", "16 to 8 bits: round instead of the fast division"}},
+            .minInputs = 1,
+            .maxInputs = 1,
+            .testImage = true,
+            .writesImage = true,
+            .run = runDepth,
         },
 
         // Moving pixels.
