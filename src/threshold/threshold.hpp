@@ -134,12 +134,13 @@ OvkStatus applyClip(const T* pSrc, int srcStep, T* pDst, int dstStep, OvkiSize r
     for (int i = 0; i < kConstantChunk; ++i) limit[i] = limits[i % L::stored % L::processed];
     const auto clip = [&](auto bound) {
         return runUnary<L>(Image<const T>(pSrc, srcStep), Image<T>(pDst, dstStep), roi, [&](const T* s, T* d, int n) {
+            const T* const lim = limit;  // a local: byte stores could alias the captured one, and force reloads
             for (int x = 0; x < n; x += kConstantChunk) {
                 const int m = std::min(kConstantChunk, n - x);
                 int i = 0;
                 for (constexpr int kLanes = simd::kLanes<T>; i + kLanes <= m; i += kLanes)
-                    simd::store(bound(simd::load(s + x + i), simd::load(limit + i)), d + x + i);
-                for (; i < m; ++i) d[x + i] = bound(s[x + i], limit[i]);
+                    simd::store(bound(simd::load(s + x + i), simd::load(lim + i)), d + x + i);
+                for (; i < m; ++i) d[x + i] = bound(s[x + i], lim[i]);
             }
             return ovkStatusOk;
         });
