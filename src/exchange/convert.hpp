@@ -203,6 +203,14 @@ struct FloatScaleRule {
 
 // --- Entry points ---------------------------------------------------------------
 
+// The checks of the rounded conversions and of Scale: pointers, size, steps.
+inline OvkStatus checkImagePair(const void* pSrc, int srcStep, const void* pDst, int dstStep, OvkiSize roi)
+{
+    OVK_CHECK(check::pointers(pSrc, pDst));
+    OVK_CHECK(check::size(roi));
+    return check::steps(srcStep, dstStep);
+}
+
 template <class S, class D, class L, class Rule>
 OvkStatus convertImage(const S* pSrc, int srcStep, D* pDst, int dstStep, OvkiSize roi, const Rule& rule)
 {
@@ -223,9 +231,7 @@ OvkStatus convert(const S* pSrc, int srcStep, D* pDst, int dstStep, OvkiSize roi
 template <class S, class D, class L>
 OvkStatus convertRounded(const S* pSrc, int srcStep, D* pDst, int dstStep, OvkiSize roiSize, OvkRoundMode roundMode)
 {
-    OVK_CHECK(check::pointers(pSrc, pDst));
-    OVK_CHECK(check::size(roiSize));
-    OVK_CHECK(check::steps(srcStep, dstStep));
+    OVK_CHECK(checkImagePair(pSrc, srcStep, pDst, dstStep, roiSize));
     switch (roundingOf(roundMode)) {
     case Rounding::zero: return convertImage<Ovk32f, D, L>(pSrc, srcStep, pDst, dstStep, roiSize, RoundRule<D, Rounding::zero>{});
     case Rounding::nearEven: {

@@ -117,9 +117,7 @@ struct ToByteRule {
 template <class S, class D, class L>
 OvkStatus scaleFrom8u(const S* pSrc, int srcStep, D* pDst, int dstStep, OvkiSize roiSize)
 {
-    OVK_CHECK(check::pointers(pSrc, pDst));
-    OVK_CHECK(check::size(roiSize));
-    OVK_CHECK(check::steps(srcStep, dstStep));
+    OVK_CHECK(checkImagePair(pSrc, srcStep, pDst, dstStep, roiSize));
     return convertImage<Ovk8u, D, L>(pSrc, srcStep, pDst, dstStep, roiSize, StretchRule<D>{});
 }
 
@@ -127,9 +125,7 @@ template <class S, class D, class L>
 OvkStatus scale8u32f(const S* pSrc, int srcStep, D* pDst, int dstStep, OvkiSize roiSize, Ovk32f vMin, Ovk32f vMax)
 {
     OVK_CHECK(check::require(vMax - vMin > 0, ovkStatusScaleRangeError));
-    OVK_CHECK(check::pointers(pSrc, pDst));
-    OVK_CHECK(check::size(roiSize));
-    OVK_CHECK(check::steps(srcStep, dstStep));
+    OVK_CHECK(checkImagePair(pSrc, srcStep, pDst, dstStep, roiSize));
     return convertImage<Ovk8u, Ovk32f, L>(pSrc, srcStep, pDst, dstStep, roiSize, ToFloatRangeRule{(vMax - vMin) / 255.0f, vMin});
 }
 
@@ -137,9 +133,7 @@ template <class S, class D, class L>
 OvkStatus scale32f8u(const S* pSrc, int srcStep, D* pDst, int dstStep, OvkiSize roiSize, Ovk32f vMin, Ovk32f vMax)
 {
     OVK_CHECK(check::require(vMax - vMin > 0, ovkStatusScaleRangeError));
-    OVK_CHECK(check::pointers(pSrc, pDst));
-    OVK_CHECK(check::size(roiSize));
-    OVK_CHECK(check::steps(srcStep, dstStep));
+    OVK_CHECK(checkImagePair(pSrc, srcStep, pDst, dstStep, roiSize));
     const float k = 255.0f / (vMax - vMin);
     const float b = 0.5f + (0.0f - vMin * k);
     return convertImage<Ovk32f, Ovk8u, L>(pSrc, srcStep, pDst, dstStep, roiSize, FromFloatRangeRule{vMin, vMax, k, b});
@@ -148,9 +142,7 @@ OvkStatus scale32f8u(const S* pSrc, int srcStep, D* pDst, int dstStep, OvkiSize 
 template <class S, class D, class L>
 OvkStatus scaleTo8u(const S* pSrc, int srcStep, D* pDst, int dstStep, OvkiSize roiSize, OvkHintAlgorithm hint)
 {
-    OVK_CHECK(check::pointers(pSrc, pDst));
-    OVK_CHECK(check::size(roiSize));
-    OVK_CHECK(check::steps(srcStep, dstStep));
+    OVK_CHECK(checkImagePair(pSrc, srcStep, pDst, dstStep, roiSize));
     if (hint == ovkAlgHintAccurate) return convertImage<S, Ovk8u, L>(pSrc, srcStep, pDst, dstStep, roiSize, ToByteRule<S, true>{});
     return convertImage<S, Ovk8u, L>(pSrc, srcStep, pDst, dstStep, roiSize, ToByteRule<S, false>{});
 }

@@ -18,6 +18,8 @@
 
 #include <optional>
 #include <span>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -49,6 +51,33 @@ struct Operation {
     bool writesImage = false;  // takes -o and writes the image it returns
     RunFunction run = nullptr;
 };
+
+// Helpers of the run functions.
+
+// The member for images of `channels` channels.
+template <class F>
+F byChannels(int channels, F c1, F c3, F c4) {
+    switch (channels) {
+    case 1: return c1;
+    case 3: return c3;
+    case 4: return c4;
+    }
+    throw std::runtime_error("unsupported channel count " + std::to_string(channels));
+}
+
+// Calls body(T{}) with the sample type T of `type`.
+template <class Body>
+Result withType(SampleType type, Body&& body) {
+    if (type == SampleType::U8) return body(Ovk8u{});
+    return body(Ovk16u{});
+}
+
+// The output image with the library's status; no image after an error.
+// (Callers compute the status first: the image is moved here.)
+inline Result finish(Image&& image, OvkStatus status) {
+    if (status < 0) return status;
+    return Result(std::move(image), status);
+}
 
 // Every operation, in the order of the help listing.
 std::span<const Operation> operations();

@@ -29,17 +29,6 @@ OVKIMG_LIB(8u, Ovk8u)
 OVKIMG_LIB(16u, Ovk16u)
 #undef OVKIMG_LIB
 
-template <class Body>
-Result withType(SampleType type, Body&& body) {
-    if (type == SampleType::U8) return body(Ovk8u{});
-    return body(Ovk16u{});
-}
-
-Result finish(Image&& image, OvkStatus status) {
-    if (status < 0) return status;
-    return Result(std::move(image), status);
-}
-
 // One value per colour channel from an option: a single number for all, or
 // one per channel; each within the sample type's range.
 template <class T>
