@@ -9,6 +9,11 @@ install(TARGETS ovkcore ovkimx ovk_headers EXPORT ovkTargets
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ovk ${OVK_GENERATED_DIR}/include/ovk
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 
+# The API reference and the machine-readable description it is written from
+# (the command-line tool and the Python package read the description).
+install(DIRECTORY ${OVK_GENERATED_DIR}/doc/api DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES ${OVK_GENERATED_DIR}/api.json DESTINATION ${CMAKE_INSTALL_DATADIR}/ovk)
+
 install(EXPORT ovkTargets NAMESPACE ovk:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ovk)
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ovkConfig.cmake.in
   ${CMAKE_BINARY_DIR}/ovkConfig.cmake INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ovk)

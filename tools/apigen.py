@@ -122,6 +122,7 @@ class Function:
         notes = notes or {}
         self.checks, self.domains, self.traits = notes.get("checks", []), notes.get("params", {}), notes.get("traits", [])
         self.partner = None  # the out-of-place partner of an `inplace` function
+        self.doc = ""  # the registry's ## text that describes it
 
     def param_names(self):
         return [param_name(p) for p in self.params]
@@ -260,6 +261,13 @@ def bind_all(parsed, shapes):
                                     split_template_args(targs), notes)
         fns = [bound[e[5]] for e in pending]
         bdocs = [("fn", bound[item[5]]) if kind == "fn" else (kind, item) for kind, item in docs]
+        block, after_fn = [], False
+        for kind, item in bdocs:  # a ## block describes every function up to the next block
+            if kind == "doc":
+                block = [item] if after_fn else block + [item]
+                after_fn = False
+            else:
+                item.doc, after_fn = " ".join(block), True
         result.append((unit, includes, fns, bdocs))
     return result
 
@@ -425,7 +433,7 @@ def describe(fn):
         checks.append(check)
     d = {"name": fn.name, "family": family, "subsystem": fn.subsystem, "unit": fn.unit, "types": types,
          "layout": layout, "flags": flags, "shape": fn.shape, "returns": fn.ret, "params": params,
-         "checks": checks if fn.ret == "OvkStatus" else [], "traits": fn.traits}
+         "checks": checks if fn.ret == "OvkStatus" else [], "traits": fn.traits, "doc": fn.doc}
     if fn.partner:
         d["inplace"] = {"partner": fn.partner[0].name, "args": fn.partner[1]}
     return d
@@ -546,10 +554,30 @@ def version_script_text(functions):
     return f"/* {GENERATED} */\n{{\n  global:\n{names}\n  local:\n    *;\n}};\n"
 
 
+def read_definitions(path):
+    """The enumerations and integer constants of the shared definitions
+    header, for the description: {"enums": {name: [{name, value, doc}]},
+    "constants": {name: value}}."""
+    with open(path, encoding="utf-8") as f:
+        text = f.read()
+    enums = {}
+    for m in re.finditer(r"typedef OVK_ENUM\((\w+)\)\s*\{(.*?)\}\s*\w+;", text, re.S):
+        members = []
+        for e in re.finditer(r"(\w+)\s*=\s*(-?\d+)\s*,?[ \t]*(?:/\*(.*?)\*/)?", m.group(2)):
+            members.append({"name": e.group(1), "value": int(e.group(2)), "doc": (e.group(3) or "").strip()})
+        enums[m.group(1)] = members
+    constants = {}
+    for m in re.finditer(r"^#define\s+(\w+)\s+\(?\s*(?:\(int\))?\s*(0x[0-9A-Fa-f]+|-?\d+)\)?", text, re.M):
+        value = int(m.group(2), 0)
+        constants[m.group(1)] = value - (1 << 32) if value >= 1 << 31 else value
+    return {"enums": enums, "constants": constants}
+
+
 def main():
     ap = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     ap.add_argument("--root", required=True, help="source directory the registry files live under")
     ap.add_argument("--out", required=True, help="output directory")
+    ap.add_argument("--defs", help="the shared definitions header (enumerations for the description)")
     ap.add_argument("--list-units", action="store_true", help="print the unit names and exit")
     ap.add_argument("registries", nargs="+")
     args = ap.parse_args()
@@ -597,8 +625,11 @@ def main():
     write_if_changed(os.path.join(args.out, "stubs.S"), stubs_text(functions))
     write_if_changed(os.path.join(args.out, "ovkimx.map"), version_script_text(functions))
     write_if_changed(os.path.join(args.out, "exports.txt"), "".join(f"{fn.name}\n" for fn in functions))
-    write_if_changed(os.path.join(args.out, "api.json"),
-                     json.dumps({"functions": [describe(fn) for fn in functions]}, indent=1) + "\n")
+    description = {"functions": [describe(fn) for fn in functions],
+                   "subsystems": [{"name": n, "title": t} for n, t in SUBSYSTEMS]}
+    if args.defs:
+        description.update(read_definitions(args.defs))
+    write_if_changed(os.path.join(args.out, "api.json"), json.dumps(description, indent=1) + "\n")
 
 
 if __name__ == "__main__":
