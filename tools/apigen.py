@@ -62,7 +62,9 @@ otherwise), for the API description:
                                   square), border (source and destination
                                   sizes of a border copy), writesAlpha,
                                   writesMask (the destination is a one-channel
-                                  8u mask, whatever the sources' layout)
+                                  8u mask, whatever the sources' layout); a trait
+                                  that holds only for some values of a parameter
+                                  says so: `transposed@flip=3,4`
 """
 
 import argparse
@@ -182,7 +184,7 @@ def parse_file(path, root, shapes):
             elif word == "param":
                 notes = dict(notes, params=dict(notes["params"], **parse_param(rest.split(), where)))
             elif word == "traits":
-                unknown = [t for t in rest.split() if t not in TRAIT_WORDS]
+                unknown = [t for t in rest.split() if t.split("@")[0] not in TRAIT_WORDS]
                 if unknown:
                     raise RegistryError(f"{where}: unknown trait(s) {' '.join(unknown)}")
                 notes = dict(notes, traits=rest.split())
@@ -433,7 +435,11 @@ def describe(fn):
         checks.append(check)
     d = {"name": fn.name, "family": family, "subsystem": fn.subsystem, "unit": fn.unit, "types": types,
          "layout": layout, "flags": flags, "shape": fn.shape, "returns": fn.ret, "params": params,
-         "checks": checks if fn.ret == "OvkStatus" else [], "traits": fn.traits, "doc": fn.doc}
+         "checks": checks if fn.ret == "OvkStatus" else [], "traits": [t for t in fn.traits if "@" not in t],
+         "doc": fn.doc}
+    conditional = [split_check(t) for t in fn.traits if "@" in t]
+    if conditional:
+        d["traitsWhen"] = [{"trait": word, "when": when} for word, _, when in conditional]
     if fn.partner:
         d["inplace"] = {"partner": fn.partner[0].name, "args": fn.partner[1]}
     return d
@@ -629,7 +635,7 @@ def main():
                    "subsystems": [{"name": n, "title": t} for n, t in SUBSYSTEMS]}
     if args.defs:
         description.update(read_definitions(args.defs))
-    write_if_changed(os.path.join(args.out, "api.json"), json.dumps(description, indent=1) + "\n")
+    write_if_changed(os.path.join(args.out, "api.json"), json.dumps(description, separators=(",", ":")) + "\n")
 
 
 if __name__ == "__main__":

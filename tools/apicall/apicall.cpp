@@ -68,14 +68,33 @@ std::string readFile(const char* path)
     return s.str();
 }
 
+std::string& descriptionPath()
+{
+    static std::string path = OVK_API_JSON;
+    return path;
+}
+
+std::string& libraryPath()
+{
+    static std::string path = [] {
+        const char* sibling = std::getenv("OVK_IMX_PATH");  // when the tests run against a sibling of the library
+        return std::string(sibling ? sibling : OVK_IMX_PATH);
+    }();
+    return path;
+}
+
+const nlohmann::json& description()
+{
+    static const nlohmann::json d = nlohmann::json::parse(readFile(descriptionPath().c_str()));
+    return d;
+}
+
 std::vector<Function> load()
 {
-    const char* path = std::getenv("OVK_IMX_PATH");  // a sibling of the library, when the tests run against one
-    void* lib = dlopen(path ? path : OVK_IMX_PATH, RTLD_NOW | RTLD_LOCAL);
+    void* lib = dlopen(libraryPath().c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!lib) throw std::runtime_error(dlerror());
     std::vector<Function> out;
-    const nlohmann::json description = nlohmann::json::parse(readFile(OVK_API_JSON));
-    for (const auto& j : description["functions"]) {
+    for (const auto& j : description()["functions"]) {
         Function f;
         f.name = j["name"];
         f.family = j["family"];
@@ -84,6 +103,13 @@ std::vector<Function> load()
         f.types = j["types"].get<std::vector<std::string>>();
         f.layout = j["layout"].get<std::vector<std::string>>();
         for (const auto& t : j["traits"]) f.traits.insert(t.get<std::string>());
+        if (j.contains("doc")) f.doc = j["doc"];
+        f.shape = j["shape"];
+        if (j.contains("traitsWhen")) {
+            for (const auto& t : j["traitsWhen"]) {
+                f.traitsWhen.push_back({t["trait"], t["when"]["param"], t["when"]["values"].get<std::vector<long long>>()});
+            }
+        }
         for (const auto& jp : j["params"]) {
             Param p;
             p.name = jp["name"];
@@ -201,6 +227,63 @@ void writePart(const std::string& code, std::uint8_t* p, long double v)
     else if (base == "32f") put(float{});
     else put(double{});
 }
+
+void useDescription(std::string path) { descriptionPath() = std::move(path); }
+void useLibrary(std::string path) { libraryPath() = std::move(path); }
+
+const std::vector<EnumMember>* enumeration(const std::string& type)
+{
+    static const std::map<std::string, std::vector<EnumMember>> all = [] {
+        std::map<std::string, std::vector<EnumMember>> m;
+        if (!description().contains("enums")) return m;
+        for (const auto& [name, members] : description()["enums"].items()) {
+            for (const auto& e : members) m[name].push_back({e["name"], e["value"].get<long long>()});
+        }
+        return m;
+    }();
+    auto it = all.find(type);
+    return it == all.end() ? nullptr : &it->second;
+}
+
+std::string statusName(long long status)
+{
+    if (const auto* members = enumeration("OvkStatus")) {
+        for (const EnumMember& e : *members)
+            if (e.value == status) return e.name;
+    }
+    return std::to_string(status);
+}
+
+Arguments::Arguments(const Function& f) : f_(f), slots_(f.params.size()), values_(f.params.size())
+{
+    for (std::size_t i = 0; i < slots_.size(); ++i) {
+        slots_[i].fill(0);
+        values_[i] = slots_[i].data();
+    }
+}
+
+void Arguments::pointer(std::size_t i, const void* p) { std::memcpy(slots_.at(i).data(), &p, sizeof p); }
+
+void Arguments::size(std::size_t i, OvkiSize s) { std::memcpy(slots_.at(i).data(), &s, sizeof s); }
+
+void Arguments::number(std::size_t i, long double v)
+{
+    const Param& p = f_.params.at(i);
+    std::uint8_t* slot = slots_.at(i).data();
+    if (!p.elem.empty()) {
+        for (int off = 0; off < elementBytes(p.elem); off += partBytes(p.elem)) writePart(p.elem, slot + off, v);
+    } else if (p.type == "float") {
+        writePart("32f", slot, v);
+    } else if (p.type == "double") {
+        writePart("64f", slot, v);
+    } else if (p.type == "unsigned int" || p.type == "Ovk32u") {
+        writePart("32u", slot, v);
+    } else {
+        writePart("32s", slot, v);  // int and every enumeration
+    }
+}
+
+std::int64_t Arguments::call() const { return apicall::call(f_, values_.data()); }
 
 std::int64_t call(const Function& f, void* const* values)
 {

@@ -6,6 +6,7 @@
 
 #include <ovk/ovkimx.h>
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <set>
@@ -38,16 +39,28 @@ struct Check {
     std::vector<long long> whenValues;  // has one of these values
 };
 
+// A trait that holds only while a parameter has one of some values.
+struct ConditionalTrait {
+    std::string trait, param;
+    std::vector<long long> values;
+};
+
 struct Function {
-    std::string name, family, flags, partner, returns;
+    std::string name, family, flags, partner, returns, doc, shape;
     std::vector<std::string> types, layout, partnerArgs;
     std::vector<Param> params;
     std::vector<Check> checks;
     std::set<std::string> traits;
+    std::vector<ConditionalTrait> traitsWhen;
     void* address = nullptr;
     bool has(const char* trait) const { return traits.count(trait) != 0; }
     const Param* param(const std::string& n) const;
 };
+
+// Where the description and the library come from, when not from the build
+// tree this was compiled in (an installed tool); before the first use.
+void useDescription(std::string path);
+void useLibrary(std::string path);
 
 // Every export of the description, in registry order, with its address.
 const std::vector<Function>& functions();
@@ -66,5 +79,30 @@ void writePart(const std::string& code, std::uint8_t* p, long double v);
 // Calls f with values[i] pointing at the bytes of argument i; the result
 // widened to 64 bits (a status, or a pointer).
 std::int64_t call(const Function& f, void* const* values);
+
+// The enumerations of the description: member names and values, by type.
+struct EnumMember {
+    std::string name;
+    long long value;
+};
+const std::vector<EnumMember>* enumeration(const std::string& type);
+// "ovkStatusSizeError"; the number for a code the description does not name.
+std::string statusName(long long status);
+
+// The arguments of one call, each in storage of its C type: set them by
+// parameter, then call.
+class Arguments {
+public:
+    explicit Arguments(const Function& f);
+    void pointer(std::size_t i, const void* p);
+    void size(std::size_t i, OvkiSize s);
+    void number(std::size_t i, long double v);  // in the parameter's type: element, int, float, enumeration
+    std::int64_t call() const;
+
+private:
+    const Function& f_;
+    std::vector<std::array<std::uint8_t, 16>> slots_;
+    std::vector<void*> values_;
+};
 
 }  // namespace ovk::apicall

@@ -1,5 +1,7 @@
 // ovkimg: applies operations of the ovk image library to image files.
+#include "call.hpp"
 #include "image_io.hpp"
+#include "library.hpp"
 #include "operations.hpp"
 #include "status.hpp"
 #include "synthetic.hpp"
@@ -13,6 +15,19 @@ namespace ovkimg {
 namespace {
 
 constexpr const char* kDefaultOutput = "ovkimg-out.png";
+constexpr const char* kCallUsage =
+    "usage: ovkimg call <function> [image...] [-o FILE[,FILE...]] [--parameter value...]\n"
+    "       ovkimg call <function> --help    its parameters, description and C prototype\n"
+    "       ovkimg call --list [TEXT]        the functions whose names contain TEXT\n"
+    "\n"
+    "Calls any function of the library. Images fill its image parameters (sources,\n"
+    "in-place images, masks) in order; each missing one is the built-in test image.\n"
+    "Samples become the function's element type as numbers (a .npy file gives any\n"
+    "type exactly), channels its layout. Other parameters go by their names:\n"
+    "numbers (one, or one per channel for arrays), enumerations by name or value,\n"
+    "sizes as WxH (roiSize defaults to the first image's size, or 512x512).\n"
+    "Outputs go to the -o files in parameter order: .png, .pgm or .ppm for 8u and\n"
+    "16u images of 1, 3 or 4 channels, .npy for any; result values are printed.\n";
 constexpr int kTestImageSize = 512;
 constexpr int kTestImageChannels = 3;
 
@@ -45,6 +60,7 @@ void printUsage(std::FILE* out) {
                  "Operations:\n",
                  kTestImageSize, kTestImageSize);
     for (const Operation& op : operations()) std::fprintf(out, "  %-12s %s\n", op.name, op.help);
+    std::fprintf(out, "  %-12s %s\n", "call", "call any function of the library by name: ovkimg call <function> --help");
     std::fprintf(out, "  %-12s %s\n", "help", "list the operations, or show how to use one: ovkimg help <operation>");
     std::fprintf(out,
                  "\n"
@@ -59,10 +75,10 @@ void printUsage(std::FILE* out) {
 
 void printOperationHelp(const Operation& op) {
     std::printf("usage: %s\n\n%s\n", usageLine(op).c_str(), op.help);
-    if (op.testImage && op.minInputs >= 2) {
+    if (op.testImage() && op.inputs() >= 2) {
         std::printf("Without input files, uses the built-in test image as the first image and the\n"
                     "test image mirrored left to right as the second.\n");
-    } else if (op.testImage) {
+    } else if (op.testImage()) {
         std::printf("Without an input file, uses the built-in test image.\n");
     }
     if (*op.details) std::printf("%s", op.details);
@@ -83,12 +99,12 @@ int runOperation(const Operation& op, std::span<const std::string> args) {
         return 0;
     }
     const int given = int(options.inputs.size());
-    if (given > op.maxInputs) {
-        if (op.maxInputs == 0) throw UsageError("takes no input files");
-        throw UsageError("takes at most " + files(op.maxInputs) + ", got " + std::to_string(given));
+    if (given > op.inputs()) {
+        if (op.inputs() == 0) throw UsageError("takes no input files");
+        throw UsageError("takes at most " + files(op.inputs()) + ", got " + std::to_string(given));
     }
-    if (given < op.minInputs && !(given == 0 && op.testImage)) {
-        throw UsageError("needs " + files(op.minInputs) + ", got " + std::to_string(given));
+    if (given < op.inputs() && !(given == 0 && op.testImage())) {
+        throw UsageError("needs " + files(op.inputs()) + ", got " + std::to_string(given));
     }
     if (!op.writesImage && !options.output.empty()) throw UsageError("writes no image: -o is not accepted");
     const std::string output = options.output.empty() ? kDefaultOutput : options.output;
@@ -96,14 +112,14 @@ int runOperation(const Operation& op, std::span<const std::string> args) {
 
     std::vector<Image> inputs;
     for (const std::string& path : options.inputs) inputs.push_back(readImage(path));
-    if (given == 0 && op.testImage) {
+    if (given == 0 && op.testImage()) {
         inputs.push_back(makeTestImage(kTestImageSize, kTestImageSize, kTestImageChannels));
-        if (op.minInputs >= 2) {
+        if (op.inputs() >= 2) {
             inputs.push_back(makeMirroredTestImage(kTestImageSize, kTestImageSize, kTestImageChannels));
         }
     }
 
-    Result result = op.run(options, inputs);
+    Result result = op.family ? runFamily(op, options, inputs) : op.run(options, inputs);
     if (!reportStatus(op.name, result.status)) return 1;
     if (op.writesImage) {
         if (!result.image) throw std::logic_error("the operation made no image");
@@ -124,6 +140,24 @@ int runTool(const std::vector<std::string>& args) {
         return 0;
     }
     const std::string& name = help ? args[1] : args[0];
+    if (name == "call") {  // every export by name: its options come from the API description
+        std::vector<std::string> rest(args.begin() + 1, args.end());
+        if (help) rest.push_back("--help");
+        if (rest.empty() || rest[0] == "--help") {
+            std::printf("%s", kCallUsage);
+            return 0;
+        }
+        try {
+            return runCall(rest);
+        } catch (const UsageError& e) {
+            std::fprintf(stderr, "ovkimg: call: %s\nusage: ovkimg call <function> [image...] [-o FILE[,FILE...]] "
+                                 "[--parameter value...] (see 'ovkimg help call')\n", e.what());
+            return 2;
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "ovkimg: call: %s\n", e.what());
+            return 1;
+        }
+    }
     const Operation* op = findOperation(name);
     if (op == nullptr) {
         std::fprintf(stderr, "ovkimg: unknown operation '%s' (see 'ovkimg help')\n", name.c_str());
@@ -149,6 +183,7 @@ int runTool(const std::vector<std::string>& args) {
 
 int main(int argc, char** argv) {
     try {
+        ovkimg::locateDescription(argv[0]);
         return ovkimg::runTool(std::vector<std::string>(argv + 1, argv + argc));
     } catch (const std::exception& e) {
         std::fprintf(stderr, "ovkimg: %s\n", e.what());

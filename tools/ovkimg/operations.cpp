@@ -1,8 +1,6 @@
 #include "operations.hpp"
 
-#include "arithmetic.hpp"
-#include "exchange.hpp"
-#include "threshold.hpp"
+#include "composites.hpp"
 
 #include <algorithm>
 #include <cinttypes>
@@ -188,8 +186,10 @@ Result runCompare(const Options& options, std::span<Image> inputs) {
     "the colour channels of a 4-channel image leave the alpha as it is), each from\n"  \
     "0 to 255 for 8-bit images or to 65535 for 16-bit ones.\n"
 
-const OptionSpec kScaleOption = {"scale", "N", "multiply the results by 2^-N, rounding (default 0)"};
-const OptionSpec kValueOption = {"value", "V[,V,V[,V]]", "the constant: one for every channel or one per channel"};
+const OptionSpec kScaleOption = {"scale", "N", "multiply the results by 2^-N, rounding (default 0)", "scaleFactor",
+                                 nullptr, "0"};
+const OptionSpec kValueOption = {"value", "V[,V,V[,V]]", "the constant: one for every channel or one per channel",
+                                 "value"};
 
 }  // namespace
 
@@ -199,439 +199,219 @@ const OptionSpec kValueOption = {"value", "V[,V,V[,V]]", "the constant: one for 
 
 std::span<const Operation> operations() {
     static const std::vector<Operation> table = {
-        {
-            .name = "info",
-            .help = "show the library's version record and the processor's features",
-            .run = runInfo,
-        },
-        {
-            .name = "convert",
-            .help = "read an image (or the test image) and write it in the output file's format",
-            .operands = "[input]",
-            .options = {{"depth", "8|16", "bits per sample of the output (default: as the input)"},
-                        {"channels", "1|3|4", "gray, RGB or RGBA output (default: as the input)"}},
-            .minInputs = 0,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runConvert,
-        },
-        {
-            .name = "compare",
-            .help = "succeed when two images have the same layout and pixels",
-            .operands = "image1 image2",
-            .options = {{"tolerance", "N", "largest difference of a sample still taken as equal (default 0)"}},
-            .minInputs = 2,
-            .maxInputs = 2,
-            .run = runCompare,
-        },
+        {.name = "info", .help = "show the library's version record and the processor's features",
+         .writesImage = false, .run = runInfo},
+        {.name = "convert", .help = "read an image (or the test image) and write it in the output file's format",
+         .operands = "[input]",
+         .options = {{"depth", "8|16", "bits per sample of the output (default: as the input)"},
+                     {"channels", "1|3|4", "gray, RGB or RGBA output (default: as the input)"}},
+         .run = runConvert},
+        {.name = "compare", .help = "succeed when two images have the same layout and pixels",
+         .operands = "image1 image2",
+         .options = {{"tolerance", "N", "largest difference of a sample still taken as equal (default 0)"}},
+         .writesImage = false, .run = runCompare},
 
         // Arithmetic of two images of one layout (depth, channels and size).
-        {
-            .name = "add",
-            .help = "add two images: A + B",
-            .details = OVKIMG_TWO_IMAGES_HELP OVKIMG_SCALE_HELP,
-            .operands = "[A B]",
-            .options = {kScaleOption},
-            .minInputs = 2,
-            .maxInputs = 2,
-            .testImage = true,
-            .writesImage = true,
-            .run = runAdd,
-        },
-        {
-            .name = "sub",
-            .help = "subtract the second image from the first: A - B (negative results give 0)",
-            .details = OVKIMG_TWO_IMAGES_HELP OVKIMG_SCALE_HELP,
-            .operands = "[A B]",
-            .options = {kScaleOption},
-            .minInputs = 2,
-            .maxInputs = 2,
-            .testImage = true,
-            .writesImage = true,
-            .run = runSub,
-        },
-        {
-            .name = "mul",
-            .help = "multiply two images: A * B",
-            .details = OVKIMG_TWO_IMAGES_HELP OVKIMG_SCALE_HELP,
-            .operands = "[A B]",
-            .options = {kScaleOption},
-            .minInputs = 2,
-            .maxInputs = 2,
-            .testImage = true,
-            .writesImage = true,
-            .run = runMul,
-        },
-        {
-            .name = "div",
-            .help = "divide the first image by the second: A / B",
-            .details = OVKIMG_TWO_IMAGES_HELP
-                       "A sample divided by zero gives the largest sample value (0 for 0 / 0), and\n"
-                       "the library's warning ovkStatusDivByZero is printed; the image is still\n"
-                       "written.\n" OVKIMG_SCALE_HELP,
-            .operands = "[A B]",
-            .options = {kScaleOption},
-            .minInputs = 2,
-            .maxInputs = 2,
-            .testImage = true,
-            .writesImage = true,
-            .run = runDiv,
-        },
-        {
-            .name = "mulscale",
-            .help = "multiply two images normalised to the largest sample value: A * B / max",
-            .details = OVKIMG_TWO_IMAGES_HELP
-                       "With max the largest sample value (255 or 65535), max * max gives max and\n"
-                       "0 * anything gives 0: an image multiplied by a mask or by another image.\n",
-            .operands = "[A B]",
-            .minInputs = 2,
-            .maxInputs = 2,
-            .testImage = true,
-            .writesImage = true,
-            .run = runMulScale,
-        },
+        {.name = "add", .help = "add two images: A + B",
+         .details = OVKIMG_TWO_IMAGES_HELP OVKIMG_SCALE_HELP,
+         .operands = "[A B]", .options = {kScaleOption}, .family = "Add"},
+        {.name = "sub", .help = "subtract the second image from the first: A - B (negative results give 0)",
+         .details = OVKIMG_TWO_IMAGES_HELP OVKIMG_SCALE_HELP,
+         .operands = "[A B]", .options = {kScaleOption}, .family = "Sub", .swapSources = true},
+        {.name = "mul", .help = "multiply two images: A * B",
+         .details = OVKIMG_TWO_IMAGES_HELP OVKIMG_SCALE_HELP,
+         .operands = "[A B]", .options = {kScaleOption}, .family = "Mul"},
+        {.name = "div", .help = "divide the first image by the second: A / B",
+         .details = OVKIMG_TWO_IMAGES_HELP
+                    "A sample divided by zero gives the largest sample value (0 for 0 / 0), and\n"
+                    "the library's warning ovkStatusDivByZero is printed; the image is still\n"
+                    "written.\n" OVKIMG_SCALE_HELP,
+         .operands = "[A B]", .options = {kScaleOption}, .family = "Div", .swapSources = true},
+        {.name = "mulscale", .help = "multiply two images normalised to the largest sample value: A * B / max",
+         .details = OVKIMG_TWO_IMAGES_HELP
+                    "With max the largest sample value (255 or 65535), max * max gives max and\n"
+                    "0 * anything gives 0: an image multiplied by a mask or by another image.\n",
+         .operands = "[A B]", .family = "MulScale"},
 
         // Arithmetic with a constant.
-        {
-            .name = "addc",
-            .help = "add a constant to every pixel: IN + value",
-            .details = OVKIMG_VALUE_HELP OVKIMG_SCALE_HELP,
-            .operands = "[IN]",
-            .options = {kValueOption, kScaleOption},
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runAddC,
-        },
-        {
-            .name = "subc",
-            .help = "subtract a constant from every pixel: IN - value (negative results give 0)",
-            .details = OVKIMG_VALUE_HELP OVKIMG_SCALE_HELP,
-            .operands = "[IN]",
-            .options = {kValueOption, kScaleOption},
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runSubC,
-        },
-        {
-            .name = "mulc",
-            .help = "multiply every pixel by a constant: IN * value",
-            .details = OVKIMG_VALUE_HELP OVKIMG_SCALE_HELP,
-            .operands = "[IN]",
-            .options = {kValueOption, kScaleOption},
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runMulC,
-        },
-        {
-            .name = "divc",
-            .help = "divide every pixel by a constant: IN / value",
-            .details = OVKIMG_VALUE_HELP "A value of 0 is an error (ovkStatusDivByZeroError).\n" OVKIMG_SCALE_HELP,
-            .operands = "[IN]",
-            .options = {kValueOption, kScaleOption},
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runDivC,
-        },
+        {.name = "addc", .help = "add a constant to every pixel: IN + value",
+         .details = OVKIMG_VALUE_HELP OVKIMG_SCALE_HELP,
+         .operands = "[IN]", .options = {kValueOption, kScaleOption}, .family = "AddC"},
+        {.name = "subc", .help = "subtract a constant from every pixel: IN - value (negative results give 0)",
+         .details = OVKIMG_VALUE_HELP OVKIMG_SCALE_HELP,
+         .operands = "[IN]", .options = {kValueOption, kScaleOption}, .family = "SubC"},
+        {.name = "mulc", .help = "multiply every pixel by a constant: IN * value",
+         .details = OVKIMG_VALUE_HELP OVKIMG_SCALE_HELP,
+         .operands = "[IN]", .options = {kValueOption, kScaleOption}, .family = "MulC"},
+        {.name = "divc", .help = "divide every pixel by a constant: IN / value",
+         .details = OVKIMG_VALUE_HELP "A value of 0 is an error (ovkStatusDivByZeroError).\n" OVKIMG_SCALE_HELP,
+         .operands = "[IN]", .options = {kValueOption, kScaleOption}, .family = "DivC"},
 
         // Functions of one image.
-        {
-            .name = "sqrt",
-            .help = "square root of every sample",
-            .details = "\nOf a 4-channel image the colour channels are changed; the alpha is kept.\n"
-                       OVKIMG_SCALE_HELP
-                       "E.g. --scale -4 maps 8-bit 0..255 to 0..255 (sqrt(255) * 16 rounds to 255).\n",
-            .operands = "[IN]",
-            .options = {kScaleOption},
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runSqrt,
-        },
-        {
-            .name = "sqr",
-            .help = "square of every sample",
-            .details = OVKIMG_SCALE_HELP "E.g. --scale 8 maps 8-bit 0..255 to 0..254 (255 * 255 / 256).\n",
-            .operands = "[IN]",
-            .options = {kScaleOption},
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runSqr,
-        },
-        {
-            .name = "not",
-            .help = "invert every bit of an 8-bit image (a negative: 255 - sample)",
-            .details = "\nThe library has this for 8-bit images only; of a 4-channel image the alpha is\n"
-                       "inverted too.\n",
-            .operands = "[IN]",
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runNot,
-        },
-        {
-            .name = "shift",
-            .help = "shift the bits of every sample left or right by a count",
-            .details = "\nBits shifted out are lost: a left shift does not saturate, and a count of the\n"
-                       "sample width or more gives 0. As for --value of addc, one count serves every\n"
-                       "channel, or there is one per channel (three for the colour channels of a\n"
-                       "4-channel image leave the alpha as it is).\n",
-            .operands = "[IN]",
-            .options = {{"left", "N[,N,N[,N]]", "shift left by N bits"},
-                        {"right", "N[,N,N[,N]]", "shift right by N bits (zeros come in)"}},
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runShift,
-        },
+        {.name = "sqrt", .help = "square root of every sample",
+         .details = "\nOf a 4-channel image the colour channels are changed; the alpha is kept.\n"
+                    OVKIMG_SCALE_HELP
+                    "E.g. --scale -4 maps 8-bit 0..255 to 0..255 (sqrt(255) * 16 rounds to 255).\n",
+         .operands = "[IN]", .options = {kScaleOption}, .family = "Sqrt"},
+        {.name = "sqr", .help = "square of every sample",
+         .details = OVKIMG_SCALE_HELP "E.g. --scale 8 maps 8-bit 0..255 to 0..254 (255 * 255 / 256).\n",
+         .operands = "[IN]", .options = {kScaleOption}, .family = "Sqr"},
+        {.name = "not", .help = "invert every bit of an 8-bit image (a negative: 255 - sample)",
+         .details = "\nThe library has this for 8-bit images only; of a 4-channel image the alpha is\n"
+                    "inverted too.\n",
+         .operands = "[IN]", .family = "Not"},
+        {.name = "shift", .help = "shift the bits of every sample left or right by a count",
+         .details = "\nBits shifted out are lost: a left shift does not saturate, and a count of the\n"
+                    "sample width or more gives 0. As for --value of addc, one count serves every\n"
+                    "channel, or there is one per channel (three for the colour channels of a\n"
+                    "4-channel image leave the alpha as it is).\n",
+         .operands = "[IN]",
+         .options = {{"left", "N[,N,N[,N]]", "shift left by N bits", "value"},
+                     {"right", "N[,N,N[,N]]", "shift right by N bits (zeros come in)", "value"}},
+         .family = "LShiftC:left|RShiftC:right"},
 
         // Bitwise logic of two images of one layout.
-        {
-            .name = "and",
-            .help = "bitwise AND of two images: A & B",
-            .details = OVKIMG_TWO_IMAGES_HELP,
-            .operands = "[A B]",
-            .minInputs = 2,
-            .maxInputs = 2,
-            .testImage = true,
-            .writesImage = true,
-            .run = runAnd,
-        },
-        {
-            .name = "or",
-            .help = "bitwise OR of two images: A | B",
-            .details = OVKIMG_TWO_IMAGES_HELP,
-            .operands = "[A B]",
-            .minInputs = 2,
-            .maxInputs = 2,
-            .testImage = true,
-            .writesImage = true,
-            .run = runOr,
-        },
-        {
-            .name = "xor",
-            .help = "bitwise exclusive OR of two images: A ^ B",
-            .details = OVKIMG_TWO_IMAGES_HELP,
-            .operands = "[A B]",
-            .minInputs = 2,
-            .maxInputs = 2,
-            .testImage = true,
-            .writesImage = true,
-            .run = runXor,
-        },
+        {.name = "and", .help = "bitwise AND of two images: A & B",
+         .details = OVKIMG_TWO_IMAGES_HELP,
+         .operands = "[A B]", .family = "And"},
+        {.name = "or", .help = "bitwise OR of two images: A | B",
+         .details = OVKIMG_TWO_IMAGES_HELP,
+         .operands = "[A B]", .family = "Or"},
+        {.name = "xor", .help = "bitwise exclusive OR of two images: A ^ B",
+         .details = OVKIMG_TWO_IMAGES_HELP,
+         .operands = "[A B]", .family = "Xor"},
 
         // Thresholds, masks and depth.
-        {
-            .name = "threshold",
-            .help = "clip or replace samples above and/or below thresholds, channel by channel",
-            .details = "\nSamples above --above T become T (or --high V); samples below --below T become T\n"
-                       "(or --low V); with both, the upper test comes first. Comparisons are strict: a\n"
-                       "sample equal to a threshold stays. One value for every colour channel or one each\n"
-                       "(R,G,B); the alpha of a 4-channel image is kept.\n",
-            .operands = "[IN]",
-            .options = {{"above", "T", "upper threshold"},
-                        {"below", "T", "lower threshold"},
-                        {"high", "V", "value for samples above (default: the threshold)"},
-                        {"low", "V", "value for samples below (default: the threshold)"}},
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runThreshold,
-        },
-        {
-            .name = "mask",
-            .help = "compare every pixel with a value: 255 where it holds in all channels, else 0 (gray)",
-            .operands = "[IN]",
-            .options = {{"op", "lt|le|eq|ge|gt", "the comparison (default gt)"},
-                        {"value", "V", "the value, one for every channel or one each (default 128)"}},
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runMask,
-        },
-        {
-            .name = "otsu",
-            .help = "print Otsu's threshold of an 8-bit image (colour by its luma) and write it binarised",
-            .operands = "IN",
-            .minInputs = 1,
-            .maxInputs = 1,
-            .writesImage = true,
-            .run = runOtsu,
-        },
-        {
-            .name = "depth",
-            .help = "change the bits per sample, mapping the whole range or a chosen one",
-            .details = "\n8 to 16 bits multiplies by 257, or maps 0..255 onto --range LO,HI and rounds by\n"
-                       "--round (zero, near: half to even, financial: half away from zero). 16 to 8 bits\n"
-                       "divides by 257 (fast: may be one off; --accurate rounds), or maps LO..HI onto\n"
-                       "0..255 (half to even; beyond the range the ends).\n",
-            .operands = "[IN]",
-            .options = {{"to", "8|16", "bits per sample of the output (default: the other depth)"},
-                        {"range", "LO,HI", "the range to map from (16 to 8) or onto (8 to 16)"},
-                        {"round", "zero|near|financial", "rounding onto 16 bits with --range (default near)"},
-                        {"accurate", "", "16 to 8 bits: round instead of the fast division"}},
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runDepth,
-        },
+        {.name = "threshold", .help = "clip or replace samples above and/or below thresholds, channel by channel",
+         .details = "\nSamples above --above T become T (or --high V); samples below --below T become T\n"
+                    "(or --low V); with both, the upper test comes first. Comparisons are strict: a\n"
+                    "sample equal to a threshold stays. One value for every colour channel or one each\n"
+                    "(R,G,B); the alpha of a 4-channel image is kept.\n",
+         .operands = "[IN]",
+         .options = {{"above", "T", "upper threshold", "thresholdGT,threshold"},
+                     {"below", "T", "lower threshold", "thresholdLT,threshold"},
+                     {"high", "V", "value for samples above (default: the threshold)", "valueGT,value", nullptr, "@above"},
+                     {"low", "V", "value for samples below (default: the threshold)", "valueLT,value", nullptr, "@below"}},
+         .family = "Threshold_LTValGTVal:above+below|Threshold_GTVal:above|Threshold_LTVal:below", .keepAlpha = true},
+        {.name = "mask",
+         .help = "compare every pixel with a value: 255 where it holds in all channels, else 0 (gray)",
+         .operands = "[IN]",
+         .options = {{"op", "lt|le|eq|ge|gt", "the comparison (default gt)", "cmpOp", "lt=0,le=1,eq=2,ge=3,gt=4", "gt"},
+                     {"value", "V", "the value, one for every channel or one each (default 128)", "value", nullptr, "128"}},
+         .family = "CompareC"},
+        {.name = "otsu",
+         .help = "print Otsu's threshold of an 8-bit image (colour by its luma) and write it binarised",
+         .operands = "IN", .run = runOtsu},
+        {.name = "depth", .help = "change the bits per sample, mapping the whole range or a chosen one",
+         .details = "\n8 to 16 bits multiplies by 257, or maps 0..255 onto --range LO,HI and rounds by\n"
+                    "--round (zero, near: half to even, financial: half away from zero). 16 to 8 bits\n"
+                    "divides by 257 (fast: may be one off; --accurate rounds), or maps LO..HI onto\n"
+                    "0..255 (half to even; beyond the range the ends).\n",
+         .operands = "[IN]",
+         .options = {{"to", "8|16", "bits per sample of the output (default: the other depth)"},
+                     {"range", "LO,HI", "the range to map from (16 to 8) or onto (8 to 16)"},
+                     {"round", "zero|near|financial", "rounding onto 16 bits with --range (default near)"},
+                     {"accurate", "", "16 to 8 bits: round instead of the fast division"}},
+         .run = runDepth},
 
         // Moving pixels.
-        {
-            .name = "mirror",
-            .help = "mirror an image about an axis or a diagonal",
-            .details = "\nThe axes:\n"
-                       "  h     about the horizontal axis: upside down (row y becomes row H-1-y)\n"
-                       "  v     about the vertical axis: left to right (column x becomes column W-1-x)\n"
-                       "  both  about both: a half turn\n"
-                       "  d45   about the main diagonal: the transpose (W x H becomes H x W)\n"
-                       "  d135  about the other diagonal: the top left pixel goes to the bottom right\n"
-                       "Every channel moves, the alpha too. The library refuses to mirror a single\n"
-                       "row about h or a single column about v (ovkStatusSizeError).\n",
-            .operands = "[IN]",
-            .options = {{"axis", "h|v|both|d45|d135", "the axis or diagonal to mirror about"}},
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runMirror,
-        },
-        {
-            .name = "transpose",
-            .help = "swap rows and columns: pixel (x, y) goes to (y, x), W x H becomes H x W",
-            .operands = "[IN]",
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runTranspose,
-        },
-        {
-            .name = "swap",
-            .help = "reorder the channels of an RGB or RGBA image: output channel c = input channel order[c]",
-            .details = "\n--order 2,1,0 turns RGB into BGR. Channels count from 0 (red); an entry may\n"
-                       "repeat a channel: 0,0,0 shows the red channel in gray.\n"
-                       "Of a 4-channel image, three entries reorder the colour channels and keep the\n"
-                       "alpha; four reorder all: with entries from 0 to 2 the library does it in one\n"
-                       "call, and an entry of 3 (the alpha as a source, e.g. 3,1,2,0 swaps red and\n"
-                       "alpha) takes two: the colour channels of the output are picked from all four\n"
-                       "into an RGB image, then put into the output, whose alpha is copied from the\n"
-                       "channel the fourth entry names.\n"
-                       "Entries the library does not accept give ovkStatusChannelOrderError.\n",
-            .operands = "[IN]",
-            .options = {{"order", "A,B,C[,D]", "the input channel of each output channel"}},
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runSwap,
-        },
-        {
-            .name = "border",
-            .help = "surround an image by a border: edge pixels repeated, a constant, or wrapped around",
-            .details = "\nThe output is W + left + right by H + top + bottom pixels, the input at\n"
-                       "(left, top). --bottom is --top and --right is --left unless given. The types:\n"
-                       "  replicate  each border pixel is the nearest edge pixel (the default)\n"
-                       "  const      border pixels are --value: one for every channel or one per\n"
-                       "             channel; three for a 4-channel image give an opaque border;\n"
-                       "             black (and opaque) without --value\n"
-                       "  wrap       the image repeats: the right border continues from the left\n"
-                       "             edge, the bottom one from the top edge\n"
-                       "The library wraps 32-bit images of one channel only: each channel goes to\n"
-                       "such an image (exactly: every 8- or 16-bit sample is a 32-bit one), gets its\n"
-                       "border there and comes back.\n"
-                       "A negative border is an error of the library (ovkStatusSizeError).\n",
-            .operands = "[IN]",
-            .options = {{"type", "replicate|const|wrap", "how the border is filled (default replicate)"},
-                        {"top", "T", "rows above the image (default 0)"},
-                        {"left", "L", "columns left of the image (default 0)"},
-                        {"bottom", "B", "rows below the image (default: as --top)"},
-                        {"right", "R", "columns right of the image (default: as --left)"},
-                        {"value", "V[,V,V[,V]]", "the border's value for --type const"}},
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runBorder,
-        },
+        {.name = "mirror", .help = "mirror an image about an axis or a diagonal",
+         .details = "\nThe axes:\n"
+                    "  h     about the horizontal axis: upside down (row y becomes row H-1-y)\n"
+                    "  v     about the vertical axis: left to right (column x becomes column W-1-x)\n"
+                    "  both  about both: a half turn\n"
+                    "  d45   about the main diagonal: the transpose (W x H becomes H x W)\n"
+                    "  d135  about the other diagonal: the top left pixel goes to the bottom right\n"
+                    "Every channel moves, the alpha too. The library refuses to mirror a single\n"
+                    "row about h or a single column about v (ovkStatusSizeError).\n",
+         .operands = "[IN]",
+         .options = {{"axis", "h|v|both|d45|d135", "the axis or diagonal to mirror about", "flip", "h=0,v=1,both=2,d45=3,d135=4"}},
+         .family = "Mirror"},
+        {.name = "transpose", .help = "swap rows and columns: pixel (x, y) goes to (y, x), W x H becomes H x W",
+         .operands = "[IN]", .family = "Transpose"},
+        {.name = "swap",
+         .help = "reorder the channels of an RGB or RGBA image: output channel c = input channel order[c]",
+         .details = "\n--order 2,1,0 turns RGB into BGR. Channels count from 0 (red); an entry may\n"
+                    "repeat a channel: 0,0,0 shows the red channel in gray.\n"
+                    "Of a 4-channel image, three entries reorder the colour channels and keep the\n"
+                    "alpha; four reorder all: with entries from 0 to 2 the library does it in one\n"
+                    "call, and an entry of 3 (the alpha as a source, e.g. 3,1,2,0 swaps red and\n"
+                    "alpha) takes two: the colour channels of the output are picked from all four\n"
+                    "into an RGB image, then put into the output, whose alpha is copied from the\n"
+                    "channel the fourth entry names.\n"
+                    "Entries the library does not accept give ovkStatusChannelOrderError.\n",
+         .operands = "[IN]",
+         .options = {{"order", "A,B,C[,D]", "the input channel of each output channel"}},
+         .run = runSwap},
+        {.name = "border",
+         .help = "surround an image by a border: edge pixels repeated, a constant, or wrapped around",
+         .details = "\nThe output is W + left + right by H + top + bottom pixels, the input at\n"
+                    "(left, top). --bottom is --top and --right is --left unless given. The types:\n"
+                    "  replicate  each border pixel is the nearest edge pixel (the default)\n"
+                    "  const      border pixels are --value: one for every channel or one per\n"
+                    "             channel; three for a 4-channel image give an opaque border;\n"
+                    "             black (and opaque) without --value\n"
+                    "  wrap       the image repeats: the right border continues from the left\n"
+                    "             edge, the bottom one from the top edge\n"
+                    "The library wraps 32-bit images of one channel only: each channel goes to\n"
+                    "such an image (exactly: every 8- or 16-bit sample is a 32-bit one), gets its\n"
+                    "border there and comes back.\n"
+                    "A negative border is an error of the library (ovkStatusSizeError).\n",
+         .operands = "[IN]",
+         .options = {{"type", "replicate|const|wrap", "how the border is filled (default replicate)"},
+                     {"top", "T", "rows above the image (default 0)"},
+                     {"left", "L", "columns left of the image (default 0)"},
+                     {"bottom", "B", "rows below the image (default: as --top)"},
+                     {"right", "R", "columns right of the image (default: as --left)"},
+                     {"value", "V[,V,V[,V]]", "the border's value for --type const"}},
+         .run = runBorder},
 
         // Noise and generated images.
-        {
-            .name = "noise",
-            .help = "add uniform or Gaussian random noise to every sample",
-            .details = "\n--kind uniform adds whole numbers from --low to --high (default 0) to each\n"
-                       "sample; --kind gauss adds --mean + --stddev * z, z from a standard normal\n"
-                       "distribution, rounded. Sums are clamped to the sample range. The library\n"
-                       "takes these values as samples, 0 to 255 for 8-bit images or to 65535 for\n"
-                       "16-bit ones, so uniform noise only brightens: subtract a constant afterwards\n"
-                       "(subc) to centre it. --low 10 --high 10 adds exactly 10.\n"
-                       "The library adds noise to one channel at a time: the colour channels are\n"
-                       "taken out one by one, red first, each gets its noise and goes back; the\n"
-                       "alpha of a 4-channel image is kept. The generator's state carries on from\n"
-                       "channel to channel, so the channels get different noise. The same --seed\n"
-                       "(default 1) gives the same noise.\n",
-            .operands = "[IN]",
-            .options = {{"kind", "uniform|gauss", "the distribution (default uniform)"},
-                        {"low", "A", "uniform: the smallest value added (default 0)"},
-                        {"high", "B", "uniform: the largest value added"},
-                        {"mean", "M", "gauss: the mean of the values added (default 0)"},
-                        {"stddev", "S", "gauss: their standard deviation"},
-                        {"seed", "N", "the generator's seed, 0 to 4294967295 (default 1)"}},
-            .minInputs = 1,
-            .maxInputs = 1,
-            .testImage = true,
-            .writesImage = true,
-            .run = runNoise,
-        },
-        {
-            .name = "ramp",
-            .help = "make an image of a linear ramp: offset + slope * x, y or x * y",
-            .details = "\nEach sample is offset + slope * k with k = x (--axis 0), y (--axis 1) or x * y\n"
-                       "(--axis 2), rounded and clamped to the sample range; offset and slope are in\n"
-                       "sample units of the output's depth. Without --slope the ramp runs from the\n"
-                       "offset up by the largest sample value (255 or 65535) across the image: from\n"
-                       "black to white for --offset 0. Every colour channel gets the ramp; the alpha\n"
-                       "of a 4-channel image is opaque.\n",
-            .options = {{"width", "W", "the width (default 512)"},
-                        {"height", "H", "the height (default 512)"},
-                        {"offset", "O", "the value at x = 0 or y = 0 (default 0)"},
-                        {"slope", "S", "the step from pixel to pixel (default: the whole range across)"},
-                        {"axis", "0|1|2", "along x, along y, or along x * y (default 0)"},
-                        {"depth", "8|16", "bits per sample (default 8)"},
-                        {"channels", "1|3|4", "gray, RGB or RGBA (default 1)"}},
-            .writesImage = true,
-            .run = runRamp,
-        },
-        {
-            .name = "jaehne",
-            .help = "make an image of a zone plate: concentric rings whose frequency grows outwards",
-            .details = "\nThe rings are sin(pi/2 * r^2 / R), r the distance from the centre and R half\n"
-                       "the larger side, mapped onto 0 to the largest sample value: the frequency\n"
-                       "reaches half a cycle per pixel at distance R. Every colour channel gets the\n"
-                       "rings; the alpha of a 4-channel image is opaque.\n",
-            .options = {{"width", "W", "the width (default 512)"},
-                        {"height", "H", "the height (default 512)"},
-                        {"depth", "8|16", "bits per sample (default 8)"},
-                        {"channels", "1|3|4", "gray, RGB or RGBA (default 1)"}},
-            .writesImage = true,
-            .run = runJaehne,
-        },
+        {.name = "noise", .help = "add uniform or Gaussian random noise to every sample",
+         .details = "\n--kind uniform adds whole numbers from --low to --high (default 0) to each\n"
+                    "sample; --kind gauss adds --mean + --stddev * z, z from a standard normal\n"
+                    "distribution, rounded. Sums are clamped to the sample range. The library\n"
+                    "takes these values as samples, 0 to 255 for 8-bit images or to 65535 for\n"
+                    "16-bit ones, so uniform noise only brightens: subtract a constant afterwards\n"
+                    "(subc) to centre it. --low 10 --high 10 adds exactly 10.\n"
+                    "The library adds noise to one channel at a time: the colour channels are\n"
+                    "taken out one by one, red first, each gets its noise and goes back; the\n"
+                    "alpha of a 4-channel image is kept. The generator's state carries on from\n"
+                    "channel to channel, so the channels get different noise. The same --seed\n"
+                    "(default 1) gives the same noise.\n",
+         .operands = "[IN]",
+         .options = {{"kind", "uniform|gauss", "the distribution (default uniform)"},
+                     {"low", "A", "uniform: the smallest value added (default 0)"},
+                     {"high", "B", "uniform: the largest value added"},
+                     {"mean", "M", "gauss: the mean of the values added (default 0)"},
+                     {"stddev", "S", "gauss: their standard deviation"},
+                     {"seed", "N", "the generator's seed, 0 to 4294967295 (default 1)"}},
+         .run = runNoise},
+        {.name = "ramp", .help = "make an image of a linear ramp: offset + slope * x, y or x * y",
+         .details = "\nEach sample is offset + slope * k with k = x (--axis 0), y (--axis 1) or x * y\n"
+                    "(--axis 2), rounded and clamped to the sample range; offset and slope are in\n"
+                    "sample units of the output's depth. Without --slope the ramp runs from the\n"
+                    "offset up by the largest sample value (255 or 65535) across the image: from\n"
+                    "black to white for --offset 0. Every colour channel gets the ramp; the alpha\n"
+                    "of a 4-channel image is opaque.\n",
+         .options = {{"width", "W", "the width (default 512)"},
+                     {"height", "H", "the height (default 512)"},
+                     {"offset", "O", "the value at x = 0 or y = 0 (default 0)"},
+                     {"slope", "S", "the step from pixel to pixel (default: the whole range across)"},
+                     {"axis", "0|1|2", "along x, along y, or along x * y (default 0)"},
+                     {"depth", "8|16", "bits per sample (default 8)"},
+                     {"channels", "1|3|4", "gray, RGB or RGBA (default 1)"}},
+         .run = runRamp},
+        {.name = "jaehne", .help = "make an image of a zone plate: concentric rings whose frequency grows outwards",
+         .details = "\nThe rings are sin(pi/2 * r^2 / R), r the distance from the centre and R half\n"
+                    "the larger side, mapped onto 0 to the largest sample value: the frequency\n"
+                    "reaches half a cycle per pixel at distance R. Every colour channel gets the\n"
+                    "rings; the alpha of a 4-channel image is opaque.\n",
+         .options = {{"width", "W", "the width (default 512)"},
+                     {"height", "H", "the height (default 512)"},
+                     {"depth", "8|16", "bits per sample (default 8)"},
+                     {"channels", "1|3|4", "gray, RGB or RGBA (default 1)"}},
+         .run = runJaehne},
     };
     return table;
 }

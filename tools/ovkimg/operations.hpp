@@ -1,16 +1,15 @@
 // ovkimg: the operations the tool offers.
 //
-// Each operation is one entry of the table in operations.cpp. To add one:
-//   1. write its run function: it gets the parsed options and the input
-//      images, calls the library and returns the output image together with
-//      the library's status (or just the status when the call failed);
-//   2. add an entry {name, help, details, operands, options, inputs, output,
-//      run}.
+// Each operation is one entry of the table in operations.cpp. An operation
+// that is one library call is data: the entry names the family and says
+// which parameter each option fills (family.cpp runs it). Others have a run
+// function: it gets the parsed options and the input images, calls the
+// library and returns the output image together with the library's status
+// (or just the status when the call failed).
 // The tool does the rest: parsing and checking the options, reading the
 // inputs (or making the test image, and for two-image operations its mirror
 // image as the second input), reporting the status, writing the output, and
-// the help. The arithmetic, logic and shift operations are in
-// arithmetic.cpp; their table entries use its run functions.
+// the help. `ovkimg call` (call.cpp) reaches every export by name.
 #pragma once
 
 #include "image.hpp"
@@ -43,14 +42,31 @@ struct Operation {
     const char* name;
     const char* help;      // one line for the listing
     const char* details = "";  // more for `ovkimg help <operation>`: whole lines, each ending in '\n'
-    const char* operands = "";  // the positional part of the usage, e.g. "[input]" or "image1 image2"
+    // The input files, as the usage shows them: "IN", "image1 image2"; in
+    // brackets ("[A B]") when the test image stands in for them.
+    const char* operands = "";
     std::vector<OptionSpec> options = {};
-    int minInputs = 0;         // input files the operation needs ...
-    int maxInputs = 0;         // ... and accepts
-    bool testImage = false;    // without input files, each needed input is the built-in test image
-    bool writesImage = false;  // takes -o and writes the image it returns
+    bool writesImage = true;  // takes -o and writes the image it returns
     RunFunction run = nullptr;
+    // One library call: the family, or alternatives picked by the options
+    // given ("LShiftC:left|RShiftC:right"); the images in reverse parameter
+    // order (the library's Sub and Div take the subtrahend and the divisor
+    // first); four channels always by the AC4 member (alpha kept).
+    const char* family = nullptr;
+    bool swapSources = false;
+    bool keepAlpha = false;
+
+    // The input files it takes; whether the test image stands in for them.
+    int inputs() const {
+        int n = 0;
+        for (const char* c = operands; *c; ++c) n += *c != ' ' && *c != '[' && *c != ']' && (c == operands || c[-1] == ' ' || c[-1] == '[');
+        return n;
+    }
+    bool testImage() const { return operands[0] == '['; }
 };
+
+// Runs an operation that is one library call.
+Result runFamily(const Operation& op, const Options& options, std::span<Image> inputs);
 
 // Helpers of the run functions.
 

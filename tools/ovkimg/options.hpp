@@ -26,6 +26,14 @@ struct OptionSpec {
     const char* name;   // without the dashes: "scale"
     const char* value;  // the value as the help shows it: "N", "R,G,B"; "" for a flag without a value
     const char* help;   // one line
+    // Operations that are one library call: the parameter the option fills
+    // (the first of "a,b" the member has), the words it takes for the
+    // parameter's values ("h=0,v=1"; else numbers, one or one per channel),
+    // and its value when absent (null: required; "@name": the option applies
+    // only with --name, whose value it takes when absent).
+    const char* param = nullptr;
+    const char* words = nullptr;
+    const char* fallback = nullptr;
 };
 
 // The parsed arguments of one operation.

@@ -3,11 +3,13 @@
 
 #include <ovk/ovkdefs.h>
 
+#include <string>
+
 namespace ovkimg {
 
 // The enumerator's name, e.g. "ovkStatusNullPointer" for -8; "unknown
 // status" for a value the enumeration does not have.
-const char* statusName(OvkStatus status);
+std::string statusName(OvkStatus status);
 
 // Reports a non-zero status on stderr:
 //   ovkimg: <operation>: library status -8 (ovkStatusNullPointer)
