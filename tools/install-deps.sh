@@ -3,7 +3,7 @@
 # With --bench, also what the benchmarks need (Google Benchmark, OpenCV); with
 # --fuzz, clang and its sanitizer and libFuzzer runtimes.
 set -euo pipefail
-packages=(build-essential cmake ninja-build python3 pkg-config libgtest-dev libpng-dev binutils libffi-dev nlohmann-json3-dev)
+packages=(build-essential cmake ninja-build python3 python3-numpy python3-pytest pkg-config libgtest-dev libpng-dev binutils libffi-dev nlohmann-json3-dev)
 for option in "$@"; do
   case "$option" in
     --bench) packages+=(libbenchmark-dev libopencv-dev) ;;

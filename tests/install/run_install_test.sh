@@ -8,6 +8,8 @@
 #   PKG_CONFIG LIBDIR INCLUDEDIR VERSION READELF
 #   EXTRA_FLAGS (optional: compile and link flags the consumers need, such as
 #   the sanitizer flags of a sanitized build)
+#   PYTHON, PYTHON_DIR (optional: an interpreter with numpy, and the package's
+#   install directory under the prefix; without PYTHON the package is not tried)
 set -euo pipefail
 
 for arg in "$@"; do
@@ -144,6 +146,30 @@ if "${configure[@]}" && "$CMAKE" --build "$cmake_build"; then
   done
 else
   fail "the CMake consumer did not configure or build"
+fi
+
+# ---------------------------------------------------------------------------
+if [[ -n "${PYTHON:-}" ]]; then
+  step "Python package in $PYTHON_DIR"
+  # No OVK_* variables and no library path: the installed _paths.py must lead
+  # to the prefix's library and description, and the core library with them.
+  check_py='
+import os, sys
+import numpy as np
+import ovk
+prefix = os.path.realpath(sys.argv[1])
+a = np.full((2, 3, 3), 101, np.uint8)
+assert (ovk.add(a, a, scale=1) == 101).all()
+loaded = {line.split()[-1] for line in open("/proc/self/maps") if "/libovk" in line}
+assert len(loaded) == 2 and all(p.startswith(prefix + "/") for p in loaded), loaded
+assert os.path.realpath(ovk._lib.API_JSON_PATH).startswith(prefix + "/"), ovk._lib.API_JSON_PATH
+print("ovk.add from", ovk._lib.LIBRARY_PATH)'
+  if out=$(cd "$WORK_DIR" && env -u LD_LIBRARY_PATH -u OVK_LIBRARY -u OVK_API_JSON PYTHONDONTWRITEBYTECODE=1 \
+           PYTHONPATH="$PREFIX/$PYTHON_DIR" "$PYTHON" -c "$check_py" "$PREFIX" 2>&1); then
+    echo "$out"
+  else
+    fail "the installed Python package: $out"
+  fi
 fi
 
 echo
