@@ -2,7 +2,6 @@
 // status names and test image, and one run of every operation it lists. The
 // library's arithmetic is tested elsewhere; here the operations only have to
 // run and write an image of the right layout.
-#include "call.hpp"
 #include "image_io.hpp"
 #include "library.hpp"
 #include "operations.hpp"

@@ -10,9 +10,9 @@
 // channel for arrays (one value serves all), enumerations by name or value,
 // sizes as WxH. Outputs go to the -o files in parameter order: PNG, PGM or
 // PPM for 8u and 16u images of 1, 3 or 4 channels, .npy for everything.
-#include "call.hpp"
 
 #include "image_io.hpp"
+#include "operations.hpp"
 #include "library.hpp"
 #include "status.hpp"
 #include "synthetic.hpp"
@@ -142,9 +142,12 @@ Buffer inputFor(const Function& f, const apicall::Param& p, const std::string& p
     return out;
 }
 
+// Whether an image file (not only .npy) can hold the buffer.
+bool pictured(const Buffer& b) { return (b.elem == "8u" || b.elem == "16u") && b.channels != 2 && b.channels <= 4; }
+
 void writeOutput(Buffer& b, const std::string& path) {
     if (isNpy(path)) return writeNpy(b, path);
-    if ((b.elem != "8u" && b.elem != "16u") || b.channels == 2 || b.channels > 4) {
+    if (!pictured(b)) {
         throw std::runtime_error(path + ": a " + b.elem + " image of " + std::to_string(b.channels) + " channels goes to a .npy file");
     }
     Image image(b.elem == "8u" ? SampleType::U8 : SampleType::U16, b.channels, b.width, b.height);
@@ -196,13 +199,59 @@ void printHelp(const Function& f) {
     std::printf(");\n");
 }
 
+// The buffers of an image parameter: one, or one per plane.
+using Images = std::map<std::string, std::vector<Buffer>>;
+
+// Sample channel `from` of `src` into channel `to` of `dst` (same size and type).
+void copyChannel(const Buffer& src, int from, Buffer& dst, int to) {
+    const int bytes = apicall::elementBytes(src.elem);
+    for (int y = 0; y < src.height; ++y) {
+        for (int x = 0; x < src.width; ++x) {
+            std::memcpy(dst.row(y) + (std::size_t(x) * dst.channels + to) * bytes,
+                        src.bytes.data() + y * src.step + (std::size_t(x) * src.channels + from) * bytes, bytes);
+        }
+    }
+}
+
+// Every input image, from the files given in order or the test image; planes split.
+Images readInputs(const Function& f, const Options& options) {
+    Images images;
+    std::size_t next = 0;
+    for (const apicall::Param& p : f.params) {
+        if (!takesImage(p)) continue;
+        const std::string path = next < options.inputs.size() ? options.inputs[next] : "";
+        Buffer b = inputFor(f, p, path, int(next++));
+        for (int k = 0; k < p.count; ++k) {
+            copyChannel(b, k, images[p.name].emplace_back(b.elem, 1, b.width, b.height), 0);
+        }
+        if (p.count == 0) images[p.name].push_back(std::move(b));
+    }
+    if (next < options.inputs.size()) throw UsageError(f.name + " takes " + std::to_string(next) + " images");
+    return images;
+}
+
+// The values of the parameters given as options, or their defaults.
+std::map<std::string, std::vector<double>> readNumbers(const Function& f, const Options& options) {
+    std::map<std::string, std::vector<double>> numbers;
+    for (const apicall::Param& p : f.params) {
+        if (!takesOption(p) || p.type == "OvkiSize") continue;
+        if (options.has(p.name)) {
+            numbers[p.name] = parameterValues(p, options);
+        } else if (p.role == "scale" || p.role == "seed" || p.domain) {
+            numbers[p.name] = {double(p.role == "seed" ? 1 : p.domain ? p.domain->first() : 0)};
+        } else {
+            throw UsageError("needs --" + p.name + " (see 'ovkimg call " + f.name + " --help')");
+        }
+    }
+    return numbers;
+}
+
 }  // namespace
 
 int runCall(std::span<const std::string> args) {
     if (args.empty() || args[0] == "--list") {
-        const std::string part = args.size() > 1 ? args[1] : "";
         for (const Function& f : apicall::functions())
-            if (f.name.find(part) != std::string::npos) std::printf("%s\n", f.name.c_str());
+            if (args.size() < 2 || f.name.find(args[1]) != std::string::npos) std::printf("%s\n", f.name.c_str());
         return 0;
     }
     const auto& all = apicall::functions();
@@ -213,142 +262,82 @@ int runCall(std::span<const std::string> args) {
     for (const apicall::Param& p : f.params)
         if (takesOption(p)) specs.push_back({p.name.c_str(), "V", ""});
     const Options options = parseOptions(args.subspan(1), specs);
-    if (options.help) {
-        printHelp(f);
-        return 0;
-    }
+    if (options.help) return printHelp(f), 0;
 
-    // The images, then the sizes.
-    std::map<std::string, std::vector<Buffer>> images;  // planes are one buffer each
-    std::size_t nextFile = 0;
-    int index = 0;
+    Images images = readInputs(f, options);
+    auto numbers = readNumbers(f, options);
+    const apicall::Param* firstImage = nullptr;  // the region is its size
     for (const apicall::Param& p : f.params) {
-        if (!takesImage(p)) continue;
-        const std::string path = nextFile < options.inputs.size() ? options.inputs[nextFile++] : "";
-        Buffer b = inputFor(f, p, path, index++);
-        for (int k = 0; k < std::max(1, p.count); ++k) {  // planes: one channel each
-            if (p.count == 0) break;
-            Buffer plane(b.elem, 1, b.width, b.height);
-            const int bytes = apicall::elementBytes(b.elem);
-            for (int y = 0; y < b.height; ++y)
-                for (int x = 0; x < b.width; ++x) std::memcpy(plane.row(y) + x * bytes, b.row(y) + (x * p.count + k) * bytes, bytes);
-            images[p.name].push_back(std::move(plane));
-        }
-        if (p.count == 0) images[p.name].push_back(std::move(b));
+        if (!firstImage && takesImage(p)) firstImage = &p;
     }
-    if (nextFile < options.inputs.size()) throw UsageError(f.name + " takes " + std::to_string(nextFile) + " images");
-    const Buffer* first = nullptr;  // the first image: the region is its size
-    for (const apicall::Param& p : f.params) {
-        if (takesImage(p)) {
-            first = &images.at(p.name)[0];
-            break;
-        }
-    }
-    OvkiSize roi = first ? OvkiSize{first->width, first->height} : OvkiSize{512, 512};
-    if (options.has("roiSize")) roi = parseSize("roiSize", options.text("roiSize"));
-
-    apicall::Arguments call(f);
-    std::map<std::string, bool> transposedBy;
+    const Buffer* first = firstImage ? &images.at(firstImage->name)[0] : nullptr;
+    const OvkiSize roi = options.has("roiSize") ? parseSize("roiSize", options.text("roiSize"))
+                         : first                ? OvkiSize{first->width, first->height}
+                                                : OvkiSize{512, 512};
     bool transposed = f.has("transposed");
-    std::vector<std::pair<const apicall::Param*, std::vector<double>>> numbers;
-    for (const apicall::Param& p : f.params) {
-        if (!takesOption(p) || p.type == "OvkiSize") continue;
-        if (!options.has(p.name)) {
-            if (p.role == "scale" || p.role == "seed" || p.domain) {
-                numbers.push_back({&p, {double(p.role == "seed" ? 1 : p.domain ? p.domain->first() : 0)}});
-                continue;
-            }
-            throw UsageError("needs --" + p.name + " (see 'ovkimg call " + f.name + " --help')");
-        }
-        numbers.push_back({&p, parameterValues(p, options)});
-        for (const apicall::ConditionalTrait& t : f.traitsWhen)
-            for (long long v : t.values) transposed |= t.trait == "transposed" && t.param == p.name && numbers.back().second[0] == double(v);
+    for (const apicall::ConditionalTrait& t : f.traitsWhen) {
+        for (long long v : t.values) transposed |= t.trait == "transposed" && numbers.count(t.param) && numbers[t.param][0] == double(v);
     }
-    OvkiSize dstSize = transposed ? OvkiSize{roi.height, roi.width} : roi;
-    if (options.has("dstRoiSize")) dstSize = parseSize("dstRoiSize", options.text("dstRoiSize"));
-    if (dstSize.width < 1 || dstSize.height < 1) dstSize = {1, 1};  // the library refuses it; nothing to write
+    OvkiSize dstSize = options.has("dstRoiSize") ? parseSize("dstRoiSize", options.text("dstRoiSize"))
+                       : transposed              ? OvkiSize{roi.height, roi.width}
+                                                 : roi;
+    dstSize = {std::max(dstSize.width, 1), std::max(dstSize.height, 1)};  // else the library refuses it first
 
     // An in-place border copy writes around its source: the source sits in a
     // frame of the destination's size, which is the output.
-    std::map<std::string, std::size_t> offsetOf;  // bytes from a buffer's start to the pointer passed
-    std::set<std::string> framed;
-    if (f.has("border") && f.flags.find('I') != std::string::npos) {
-        auto valueOf = [&](const char* name) {
-            for (const auto& [p, v] : numbers)
-                if (p->name == name) return v.at(0);
-            return 0.0;
-        };
-        const double top = valueOf("topBorderHeight"), left = valueOf("leftBorderWidth");
-        for (const apicall::Param& p : f.params) {
-            if (p.role != "src") continue;
-            Buffer& src = images.at(p.name)[0];
-            Buffer frame(src.elem, src.channels, dstSize.width, dstSize.height);
-            const std::size_t pixel = std::size_t(src.channels) * apicall::elementBytes(src.elem);
-            if (top >= 0 && left >= 0 && top + src.height <= frame.height && left + src.width <= frame.width) {
-                offsetOf[p.name] = std::size_t(top) * frame.step + std::size_t(left) * pixel;
-                for (int y = 0; y < src.height; ++y) std::memcpy(frame.row(y + int(top)) + std::size_t(left) * pixel, src.row(y), src.step);
-            }  // else the library refuses the sizes before it touches memory
-            src = std::move(frame);
-            framed.insert(p.name);
-        }
+    std::size_t frameOffset = 0;
+    const bool framed = f.has("border") && f.flags.find('I') != std::string::npos;
+    if (framed) {
+        const double top = numbers["topBorderHeight"][0], left = numbers["leftBorderWidth"][0];
+        Buffer& src = images.at(firstImage->name)[0];
+        Buffer frame(src.elem, src.channels, dstSize.width, dstSize.height);
+        const std::size_t pixel = std::size_t(src.channels) * apicall::elementBytes(src.elem);
+        if (top >= 0 && left >= 0 && top + src.height <= frame.height && left + src.width <= frame.width) {
+            frameOffset = std::size_t(top) * frame.step + std::size_t(left) * pixel;
+            for (int y = 0; y < src.height; ++y) std::memcpy(frame.bytes.data() + frameOffset + y * frame.step, src.row(y), src.step);
+        }  // else the library refuses the sizes before it touches memory
+        src = std::move(frame);
     }
 
-    std::vector<std::vector<std::uint8_t>> storage;  // arrays and results
-    std::vector<std::pair<const apicall::Param*, std::size_t>> results;
-    for (std::size_t i = 0; i < f.params.size(); ++i) {
-        const apicall::Param& p = f.params[i];
+    std::vector<Arg> arguments;
+    std::vector<std::vector<std::uint8_t>> storage;  // plane pointers and results
+    std::vector<std::pair<const apicall::Param*, std::uint8_t*>> results;
+    for (const apicall::Param& p : f.params) {
         if (p.role == "dst" || p.role == "dstPlanes") {
-            Buffer shape = shapeFor(f, p, dstSize.width, dstSize.height);
-            for (int k = 0; k < std::max(1, p.count); ++k) {
-                images[p.name].push_back(f.has("writesMask") ? Buffer("8u", 1, dstSize.width, dstSize.height) : shape);
+            Buffer shape = f.has("writesMask") ? Buffer("8u", 1, dstSize.width, dstSize.height) : shapeFor(f, p, dstSize.width, dstSize.height);
+            if (first && first->channels == shape.channels && first->elem == shape.elem && first->bytes.size() == shape.bytes.size()) {
+                shape.bytes = first->bytes;  // what a member leaves (AC4: the alpha) is the source's
             }
-            Buffer& out = images[p.name][0];
-            if (first && first->channels == out.channels && first->elem == out.elem && first->bytes.size() == out.bytes.size()) {
-                out.bytes = first->bytes;  // what a member leaves (AC4: the alpha) is the source's
-            }
+            images[p.name].assign(std::size_t(std::max(1, p.count)), shape);
         }
         if (p.image() || p.role == "mask") {
             std::vector<Buffer>& list = images.at(p.name);
-            if (p.count > 0) {
-                auto& pointers = storage.emplace_back(sizeof(void*) * list.size());
-                for (std::size_t k = 0; k < list.size(); ++k) {
-                    void* q = list[k].bytes.data();
-                    std::memcpy(pointers.data() + k * sizeof q, &q, sizeof q);
-                }
-                call.pointer(i, pointers.data());
-            } else {
-                call.pointer(i, list[0].bytes.data() + offsetOf[p.name]);
+            std::vector<std::uint8_t>& pointers = storage.emplace_back(sizeof(void*) * list.size());
+            for (std::size_t k = 0; k < list.size(); ++k) {
+                void* q = list[k].bytes.data() + (framed && &p == firstImage ? frameOffset : 0);
+                std::memcpy(pointers.data() + k * sizeof q, &q, sizeof q);
             }
+            arguments.emplace_back(p.count > 0 ? static_cast<const void*>(pointers.data()) : list[0].bytes.data() + (framed && &p == firstImage ? frameOffset : 0));
         } else if (p.role == "step") {
-            const std::size_t step = images.at(p.of)[0].step;
-            call.number(i, (long double)step);
+            arguments.emplace_back(int(images.at(p.of)[0].step));
         } else if (p.type == "OvkiSize") {
-            call.size(i, p.role == "dstRoi" ? dstSize : p.role == "roi" || p.role == "srcRoi" ? roi
-                                                                          : parseSize(p.name, options.text(p.name, "512x512")));
+            arguments.emplace_back(p.role == "dstRoi" ? dstSize : p.role == "roi" || p.role == "srcRoi" ? roi : parseSize(p.name, options.text(p.name, "512x512")));
         } else if (p.type == "void*") {
-            call.pointer(i, nullptr);  // an untyped pointer (what ovkiFree releases) has nothing to point at here
+            arguments.emplace_back(static_cast<const void*>(nullptr));  // an untyped pointer (what ovkiFree releases): nothing here
         } else if (p.role == "out" || (p.pointer() && p.role == "seed")) {
-            auto& cell = storage.emplace_back(64, 0);
-            if (p.role == "seed") apicall::writePart("32u", cell.data(), options.has(p.name) ? options.number(p.name, 1) : 1);
-            results.push_back({&p, storage.size() - 1});
-            call.pointer(i, cell.data());
+            std::uint8_t* cell = storage.emplace_back(64, 0).data();
+            if (p.role == "seed") apicall::writePart("32u", cell, numbers[p.name][0]);
+            results.emplace_back(&p, cell);
+            arguments.emplace_back(static_cast<const void*>(cell));
+        } else if (p.count > 0) {
+            std::vector<double> v = numbers.at(p.name);
+            arguments.emplace_back(v.size() == 1 ? std::vector<double>(std::size_t(p.count), v[0]) : v);
         } else {
-            const std::vector<double>& v = std::find_if(numbers.begin(), numbers.end(), [&](auto& n) { return n.first == &p; })->second;
-            if (p.count > 0) {
-                const std::string elem = p.elem.empty() ? "32s" : p.elem;
-                auto& array = storage.emplace_back(std::size_t(p.count) * apicall::elementBytes(elem));
-                for (int k = 0; k < p.count; ++k) {
-                    const int b = apicall::elementBytes(elem);
-                    for (int off = 0; off < b; off += apicall::partBytes(elem)) apicall::writePart(elem, &array[k * b + off], v[v.size() == 1 ? 0 : k % v.size()]);
-                }
-                call.pointer(i, array.data());
-            } else {
-                call.number(i, v.at(0));
-            }
+            arguments.emplace_back(numbers.at(p.name).at(0));
         }
     }
 
-    const std::int64_t result = call.call();
+    const std::int64_t result = invokeRaw(f, arguments);
     if (f.returns == "OvkStatus" && !reportStatus(f.name.c_str(), OvkStatus(result))) return 1;
     if (f.returns.find('*') != std::string::npos) {
         std::printf("%s returned %s\n", f.name.c_str(), result ? "a pointer" : "null");
@@ -356,28 +345,21 @@ int runCall(std::span<const std::string> args) {
     }
     for (const auto& [p, cell] : results) {
         const std::string elem = p->elem.empty() ? "32s" : p->elem;
-        const int count = p->role == "seed" ? 1 : first ? std::min(4, first->channels) : 1;
         std::printf("%s =", p->name.c_str());
-        for (int k = 0; k < count; ++k) std::printf(" %.17Lg", apicall::readPart(elem, storage[cell].data() + k * apicall::elementBytes(elem)));
+        for (int k = 0; k < (p->role == "seed" || !first ? 1 : std::min(4, first->channels)); ++k) {
+            std::printf(" %.17Lg", apicall::readPart(elem, cell + k * apicall::elementBytes(elem)));
+        }
         std::printf("\n");
     }
-    std::vector<std::string> outputs;
-    std::stringstream list(options.output);
-    for (std::string path; std::getline(list, path, ',');) outputs.push_back(path);
-    std::size_t nextOutput = 0;
+    std::stringstream paths(options.output);
     for (const apicall::Param& p : f.params) {
-        if (!writes(p) && framed.count(p.name) == 0) continue;
-        std::vector<Buffer>& planes = images.at(p.name);
+        if (!writes(p) && !(framed && &p == firstImage)) continue;
+        const std::vector<Buffer>& planes = images.at(p.name);
         Buffer joined(planes[0].elem, int(planes.size()) * planes[0].channels, planes[0].width, planes[0].height);
-        const int bytes = apicall::elementBytes(joined.elem);
-        for (std::size_t k = 0; k < planes.size(); ++k)
-            for (int y = 0; y < joined.height; ++y)
-                for (int x = 0; x < joined.width * planes[k].channels; ++x) {
-                    std::memcpy(joined.row(y) + (std::size_t(x) * planes.size() + k) * bytes, planes[k].row(y) + std::size_t(x) * bytes, bytes);
-                }
-        const bool pictured = (joined.elem == "8u" || joined.elem == "16u") && joined.channels != 2 && joined.channels <= 4;
-        const std::string path = nextOutput < outputs.size() ? outputs[nextOutput] : "ovkimg-" + p.name + (pictured ? ".png" : ".npy");
-        ++nextOutput;
+        if (planes.size() == 1) joined = planes[0];
+        for (std::size_t k = 0; planes.size() > 1 && k < planes.size(); ++k) copyChannel(planes[k], 0, joined, int(k));
+        std::string path;
+        if (!std::getline(paths, path, ',')) path = "ovkimg-" + p.name + (pictured(joined) ? ".png" : ".npy");
         writeOutput(joined, path);
         std::printf("wrote %s (%dx%d %s, %d channel%s)\n", path.c_str(), joined.width, joined.height, joined.elem.c_str(),
                     joined.channels, joined.channels == 1 ? "" : "s");

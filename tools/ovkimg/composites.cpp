@@ -2,9 +2,8 @@
 // entries and help are in operations.cpp). Each reaches the library's members
 // by family and layout through library.hpp, so one code path serves 8- and
 // 16-bit images.
-#include "composites.hpp"
-
 #include "library.hpp"
+#include "operations.hpp"
 
 #include <algorithm>
 #include <climits>

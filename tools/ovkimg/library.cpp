@@ -8,7 +8,9 @@ namespace ovkimg {
 
 namespace apicall = ovk::apicall;
 
-OvkStatus invoke(const Function& f, const std::vector<Arg>& args) {
+OvkStatus invoke(const Function& f, const std::vector<Arg>& args) { return OvkStatus(invokeRaw(f, args)); }
+
+std::int64_t invokeRaw(const Function& f, const std::vector<Arg>& args) {
     if (args.size() != f.params.size()) {
         throw std::logic_error(f.name + " takes " + std::to_string(f.params.size()) + " arguments, got " +
                                std::to_string(args.size()));
@@ -34,7 +36,7 @@ OvkStatus invoke(const Function& f, const std::vector<Arg>& args) {
         }
         }
     }
-    return OvkStatus(call.call());
+    return call.call();
 }
 
 const Function& exported(const std::string& name) { return apicall::find(name); }

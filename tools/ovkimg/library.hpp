@@ -37,8 +37,10 @@ struct Arg {
     Arg(std::vector<double> v) : kind(Numbers), numbers(std::move(v)) {}
 };
 
-// Calls f with one argument per parameter; the library's status.
+// Calls f with one argument per parameter; the library's status, or the
+// result of a function that returns something else, widened to 64 bits.
 OvkStatus invoke(const Function& f, const std::vector<Arg>& args);
+std::int64_t invokeRaw(const Function& f, const std::vector<Arg>& args);
 
 // The export called `name`; throws when there is none.
 const Function& exported(const std::string& name);

@@ -1,5 +1,4 @@
 // ovkimg: applies operations of the ovk image library to image files.
-#include "call.hpp"
 #include "image_io.hpp"
 #include "library.hpp"
 #include "operations.hpp"

@@ -1,7 +1,5 @@
 #include "operations.hpp"
 
-#include "composites.hpp"
-
 #include <algorithm>
 #include <cinttypes>
 #include <cstdint>
@@ -121,49 +119,27 @@ Result runConvert(const Options& options, std::span<Image> inputs) {
 // compare
 // ---------------------------------------------------------------------------
 
-struct Difference {
-    std::uint64_t count = 0;  // samples differing by more than the tolerance
-    long largest = 0;
-    int x = -1, y = -1, channel = -1;  // the first of them
-};
-
-template <class T>
-Difference differences(const Image& a, const Image& b, long tolerance) {
-    Difference d;
-    const int channels = a.channels();
-    for (int y = 0; y < a.height(); ++y) {
-        const T* pa = a.row<T>(y);
-        const T* pb = b.row<T>(y);
-        for (int i = 0; i < a.width() * channels; ++i) {
-            const long diff = std::labs(long(pa[i]) - long(pb[i]));
-            if (diff <= tolerance) continue;
-            if (d.count++ == 0) {
-                d.x = i / channels;
-                d.y = y;
-                d.channel = i % channels;
-            }
-            if (diff > d.largest) d.largest = diff;
-        }
-    }
-    return d;
-}
-
 Result runCompare(const Options& options, std::span<Image> inputs) {
     const Image& a = inputs[0];
     const Image& b = inputs[1];
     const int tolerance = options.integer("tolerance", 0);
     if (tolerance < 0) throw UsageError("--tolerance must not be negative");
-    if (a.type() != b.type() || a.channels() != b.channels() || a.width() != b.width() ||
-        a.height() != b.height()) {
-        throw std::runtime_error("images differ in layout: " + a.describe() + " and " + b.describe());
+    if (a.describe() != b.describe()) throw std::runtime_error("images differ in layout: " + a.describe() + " and " + b.describe());
+    auto sample = [](const Image& im, int y, int i) { return im.type() == SampleType::U8 ? long(im.row<Ovk8u>(y)[i]) : long(im.row<Ovk16u>(y)[i]); };
+    std::uint64_t count = 0;  // samples differing by more than the tolerance
+    long largest = 0;
+    std::string first;
+    for (int y = 0; y < a.height(); ++y) {
+        for (int i = 0; i < a.width() * a.channels(); ++i) {
+            const long diff = std::labs(sample(a, y, i) - sample(b, y, i));
+            if (diff <= tolerance) continue;
+            if (count++ == 0) first = std::string("x=") + std::to_string(i / a.channels()) + " y=" + std::to_string(y) + " channel " + std::to_string(i % a.channels());
+            largest = std::max(largest, diff);
+        }
     }
-    const Difference d = a.type() == SampleType::U8 ? differences<Ovk8u>(a, b, tolerance)
-                                                    : differences<Ovk16u>(a, b, tolerance);
-    if (d.count != 0) {
-        throw std::runtime_error("images differ: " + std::to_string(d.count) + " samples by more than " +
-                                 std::to_string(tolerance) + ", largest difference " + std::to_string(d.largest) +
-                                 ", first at x=" + std::to_string(d.x) + " y=" + std::to_string(d.y) +
-                                 " channel " + std::to_string(d.channel));
+    if (count != 0) {
+        throw std::runtime_error("images differ: " + std::to_string(count) + " samples by more than " + std::to_string(tolerance) +
+                                 ", largest difference " + std::to_string(largest) + ", first at " + first);
     }
     std::printf("%s: %s\n", tolerance == 0 ? "identical" : "equal within tolerance", a.describe().c_str());
     return {};

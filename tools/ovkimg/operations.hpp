@@ -65,8 +65,24 @@ struct Operation {
     bool testImage() const { return operands[0] == '['; }
 };
 
-// Runs an operation that is one library call.
+// Runs an operation that is one library call (family.cpp).
 Result runFamily(const Operation& op, const Options& options, std::span<Image> inputs);
+
+// The operations of more than one library call (composites.cpp). Where the
+// library has no member for a layout they combine others, as their help
+// tells: noise goes through the channels one by one, a wrapped border through
+// 32-bit copies of them.
+Result runSwap(const Options& options, std::span<Image> inputs);    // --order
+Result runBorder(const Options& options, std::span<Image> inputs);  // --type, --top, --left, ...
+Result runNoise(const Options& options, std::span<Image> inputs);   // --kind, --low/--high or --mean/--stddev
+Result runOtsu(const Options& options, std::span<Image> inputs);
+Result runDepth(const Options& options, std::span<Image> inputs);   // --to, --range, --round, --accurate
+Result runRamp(const Options& options, std::span<Image> inputs);    // no input: a new image
+Result runJaehne(const Options& options, std::span<Image> inputs);  // no input: a new image
+
+// `ovkimg call` with the arguments after "call" (call.cpp): the exit status.
+// Throws UsageError for mistakes on the command line.
+int runCall(std::span<const std::string> args);
 
 // Helpers of the run functions.
 

@@ -1,5 +1,6 @@
 #include "synthetic.hpp"
 
+#include "library.hpp"
 #include "status.hpp"
 
 #include <algorithm>
@@ -83,16 +84,9 @@ Image makeTestImage(int width, int height, int channels) {
 Image makeMirroredTestImage(int width, int height, int channels) {
     const Image original = makeTestImage(width, height, channels);
     Image image(SampleType::U8, channels, width, height);
-    const Ovk8u* src = original.data<Ovk8u>();
-    Ovk8u* dst = image.data<Ovk8u>();
-    OvkStatus status;
-    switch (channels) {
-    case 1: status = ovkiMirror_8u_C1R(src, original.step(), dst, image.step(), image.size(), ovkAxsVertical); break;
-    case 3: status = ovkiMirror_8u_C3R(src, original.step(), dst, image.step(), image.size(), ovkAxsVertical); break;
-    default: status = ovkiMirror_8u_C4R(src, original.step(), dst, image.step(), image.size(), ovkAxsVertical); break;
-    }
-    const std::string call = "ovkiMirror_8u_C" + std::to_string(channels) + "R";
-    expectOk(status, call.c_str());
+    const Function& mirror = *member("Mirror", "8u", channels == 1 ? "C1" : channels == 3 ? "C3" : "C4");
+    expectOk(invoke(mirror, {original.data<void>(), original.step(), image.data<void>(), image.step(), image.size(), int(ovkAxsVertical)}),
+             mirror.name.c_str());
     return image;
 }
 
