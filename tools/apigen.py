@@ -325,6 +325,8 @@ def describe_params(fn):
                 d["role"] = "dst"
             else:
                 d["role"] = "out"
+                if ctype == "int*":
+                    d["elem"] = "32s"  # a result read like any other (a position, a step)
             last_pointer = name
         elif name == "scaleFactor":
             d["role"] = "scale"

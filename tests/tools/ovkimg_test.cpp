@@ -280,9 +280,6 @@ TEST_F(Tool, TestImageAndConversions) {
     for (int i = 0; i < 64 * 48; ++i) ASSERT_EQ(mirror.row<Ovk8u>(i / 64)[i % 64], gray.row<Ovk8u>(i / 64)[63 - i % 64]) << i;
 }
 
-// Every operation the tool lists runs once, on the test image or tiny files,
-// and writes an image of the test image's layout (a new one: 512x512 gray)
-// to the default output file.
 // The threshold verbs map their options onto the library's members.
 TEST_F(Tool, ThresholdMaskOtsuAndDepthOptions) {
     Image gray(SampleType::U8, 1, 4, 1);
@@ -299,10 +296,15 @@ TEST_F(Tool, ThresholdMaskOtsuAndDepthOptions) {
     EXPECT_EQ(samplesOf({"threshold", "g.png", "--above", "120", "--high", "255", "--below", "50", "--low", "0", "-o", "o.png"}),
               (std::vector<int>{0, 100, 255, 255}));
     EXPECT_EQ(samplesOf({"mask", "g.png", "--op", "ge", "--value", "100", "-o", "o.png"}), (std::vector<int>{0, 255, 255, 255}));
+    ASSERT_EQ(run({"convert", "g.png", "--channels", "4", "-o", "g4.png"}).first, 0);  // three values: the colours only
+    EXPECT_EQ(samplesOf({"mask", "g4.png", "--value", "100,100,100", "-o", "o.png"}), (std::vector<int>{0, 0, 255, 255}));
     EXPECT_EQ(samplesOf({"depth", "g.png", "--range", "0,1000", "-o", "o.png"}), (std::vector<int>{39, 392, 588, 980}));
     EXPECT_NE(run({"otsu", "g.png", "-o", "o.png"}).second.find("otsu threshold: 100"), npos);
 }
 
+// Every operation the tool lists runs once, on the test image or tiny files,
+// and writes an image of the test image's layout (a new one: 512x512 gray)
+// to the default output file.
 TEST_F(Tool, EveryOperationRuns) {
     const std::string listing = run({"help"}).second;
     for (const Operation& op : operations()) {

@@ -197,10 +197,10 @@ Result runFamily(const Operation& op, const Options& options, std::span<Image> i
     }
 
     const OvkiSize size = first.size();
-    Image out = f.layout[0] == "AC4" ? convertChannels(first, 4)  // the member leaves the alpha: the source's
-                : f.has("writesMask") ? Image(SampleType::U8, 1, size.width, size.height)
-                : transposed          ? Image(first.type(), channels, size.height, size.width)
-                                      : Image(first.type(), channels, size.width, size.height);
+    Image out = f.has("writesMask")    ? Image(SampleType::U8, 1, size.width, size.height)
+                : transposed           ? Image(first.type(), channels, size.height, size.width)
+                : f.layout[0] == "AC4" ? convertChannels(first, 4)  // the member leaves the alpha: the source's
+                                       : Image(first.type(), channels, size.width, size.height);
     std::vector<const Image*> sources;
     for (const Image& image : inputs) sources.push_back(&image);
     if (op.swapSources) std::reverse(sources.begin(), sources.end());

@@ -1,0 +1,179 @@
+// Sums, means, norms, dot products and extrema against their definitions:
+// exact totals in 128-bit integers (values kept small enough that every
+// total is exact in double, so the library must give it exactly), brute-force
+// scans for extrema and their first positions, and known values where the
+// order of accumulation or the width of an accumulator shows.
+#include <gtest/gtest.h>
+
+#include <cfloat>
+#include <cmath>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "support/api.hpp"
+
+namespace {
+
+using namespace ovktest::api;
+using ld = long double;
+
+constexpr int kW = 29, kH = 7;
+
+int channelsOf(const Function& f) { return f.layout.front() == "AC4" ? 3 : f.layout.front()[1] - '0'; }
+bool startsWith(const std::string& s, const char* p) { return s.rfind(p, 0) == 0; }
+
+// Values of the element type whose totals stay exact in double: integers up
+// to 2^20 in magnitude, eighths for 32f; a small set when ties matter.
+ld draw(const std::string& type, std::mt19937& rng, bool ties)
+{
+    if (ties) return ld(int(rng() % 5) * (type == "32f" ? 0.5L : 3));
+    const ld lo = type == "8u" || type == "16u" || type == "32u" ? 0 : -1;
+    const ld span = type == "8u" || type == "8s" ? 127 : type == "32f" ? 4096 : type == "16u" || type == "16s" ? 32767 : 1 << 20;
+    const ld v = lo * span + ld(rng() % std::uint32_t(span * (1 - lo) + 1));
+    return type == "32f" ? v / 8 : v;
+}
+
+void fill(Invocation& inv, const std::string& param, int channels, std::mt19937& rng, bool ties = false)
+{
+    for (int y = 0; y < kH; ++y)
+        for (int x = 0; x < kW; ++x)
+            for (int c = 0; c < channels; ++c) inv.set(param, x, y, c, 0, draw(inv.function().types.front(), rng, ties));
+}
+
+TEST(Sums, EveryMemberGivesTheExactTotalOfItsTerms)
+{
+    for (const Function& f : functions()) {
+        const bool sum = f.family == "Sum" || f.family == "Mean", dot = f.family == "DotProd";
+        if (!sum && !dot && !startsWith(f.family, "Norm")) continue;
+        const bool two = f.param("pSrc2") != nullptr, rel = startsWith(f.family, "NormRel");
+        const std::string a = two ? "pSrc1" : "pSrc", out = f.params.back().name, type = f.types.front();
+        const int norm = f.family.find("Inf") != std::string::npos ? 0 : f.family.find("L1") != std::string::npos ? 1 : 2;
+        const int channels = channelsOf(f);
+        std::mt19937 rng(std::hash<std::string>{}(f.name));
+        for (bool zeroReference : {false, true}) {
+            if (zeroReference && !rel) continue;
+            Invocation inv(f, {{kW, kH}, false, 3});
+            fill(inv, a, channels, rng);
+            if (two) fill(inv, "pSrc2", channels, rng);
+            for (int y = 0; zeroReference && y < kH; ++y)
+                for (int x = 0; x < kW; ++x)
+                    for (int c = 0; c < channels; ++c) inv.set("pSrc2", x, y, c, 0, 0);
+            const OvkStatus status = inv.call();
+            ASSERT_EQ(status, zeroReference ? ovkStatusDivByZero : ovkStatusOk) << f.name;
+            for (int c = 0; c < channels; ++c) {
+                // Every term and total is exact in long double, and every total in double.
+                ld total = 0, absolute = 0, squares = 0, largest = 0, refAbsolute = 0, refSquares = 0, refLargest = 0;
+                for (int y = 0; y < kH; ++y)
+                    for (int x = 0; x < kW; ++x) {
+                        const ld v = inv.get(a, x, y, c), w = two ? inv.get("pSrc2", x, y, c) : 0;
+                        const ld t = dot ? v * w : two ? v - w : v;
+                        total += t, absolute += std::fabs(t), squares += t * t, largest = std::max(largest, std::fabs(t));
+                        refAbsolute += std::fabs(w), refSquares += w * w, refLargest = std::max(refLargest, std::fabs(w));
+                    }
+                const double norms[3] = {double(largest), double(absolute), std::sqrt(double(squares))};
+                const double relative[3] = {double(largest) / double(refLargest), double(absolute) / double(refAbsolute),
+                                            std::sqrt(double(squares) / double(refSquares))};
+                const double want = f.family == "Mean" ? double(total) / (kW * kH)
+                                    : sum || dot       ? double(total)
+                                    : rel && !zeroReference ? relative[norm]
+                                                            : norms[norm];
+                EXPECT_EQ(double(inv.get(out, c, 0, 0)), double(want)) << f.name << " channel " << c;
+            }
+        }
+    }
+}
+
+// The first position in row order of the smallest or largest value (a NaN
+// only when all are), against a plain scan.
+TEST(Extrema, EveryMemberFindsTheFirstExtreme)
+{
+    for (const Function& f : functions()) {
+        if (f.family != "Min" && f.family != "Max" && f.family != "MinMax" && f.family != "MinIndx" && f.family != "MaxIndx") continue;
+        const int channels = channelsOf(f);
+        std::mt19937 rng(std::hash<std::string>{}(f.name));
+        for (int round = 0; round < 4; ++round) {
+            Invocation inv(f, {{kW, kH}, false, unsigned(round + 1)});
+            fill(inv, "pSrc", channels, rng, true);
+            if (f.types.front() == "32f" && round == 3) inv.set("pSrc", 0, 0, 0, 0, NAN);  // a NaN first never wins
+            ASSERT_EQ(inv.call(), ovkStatusOk) << f.name;
+            for (bool max : {false, true}) {
+                const std::string out = max ? "pMax" : "pMin";
+                if (!f.param(out)) continue;
+                for (int c = 0; c < channels; ++c) {
+                    ld best = NAN;
+                    int bx = 0, by = 0;
+                    for (int y = 0; y < kH; ++y)
+                        for (int x = 0; x < kW; ++x) {
+                            const ld v = inv.get("pSrc", x, y, c);
+                            if (!std::isnan(v) && (std::isnan(best) || (max ? v > best : v < best))) best = v, bx = x, by = y;
+                        }
+                    EXPECT_EQ(inv.get(out, c, 0, 0), best) << f.name << " channel " << c;
+                    if (f.param("pIndexX")) {
+                        EXPECT_EQ(inv.get("pIndexX", c, 0, 0), bx) << f.name << " channel " << c;
+                        EXPECT_EQ(inv.get("pIndexY", c, 0, 0), by) << f.name << " channel " << c;
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(Extrema, EveryKeepsTheStrictlyBetterSource)
+{
+    for (const Function& f : functions()) {
+        if (f.family != "MinEvery" && f.family != "MaxEvery") continue;
+        const int channels = channelsOf(f);
+        std::mt19937 rng(std::hash<std::string>{}(f.name));
+        Invocation inv(f, {{kW, kH}, false, 5});
+        fill(inv, "pSrc", channels, rng, true);
+        fill(inv, "pSrcDst", channels, rng, true);
+        Invocation before(f, {{kW, kH}, false, 5});
+        before.copyImage(inv, "pSrcDst", "pSrcDst");
+        ASSERT_EQ(inv.call(), ovkStatusOk) << f.name;
+        for (int y = 0; y < kH; ++y)
+            for (int x = 0; x < kW; ++x)
+                for (int c = 0; c < channels; ++c) {
+                    const ld s = inv.get("pSrc", x, y, c), d = before.get("pSrcDst", x, y, c);
+                    const ld want = (f.family == "MaxEvery" ? s > d : s < d) ? s : d;
+                    ASSERT_EQ(inv.get("pSrcDst", x, y, c), want) << f.name << " at " << x << ", " << y;
+                }
+    }
+}
+
+TEST(Stats, KnownValues)
+{
+    Ovk8u twoRows[2][8] = {{9, 9, 9, 9, 9, 0, 9, 9}, {9, 9, 0, 9, 9, 9, 9, 9}};
+    Ovk8u min = 1;
+    int ix = -1, iy = -1;
+    ASSERT_EQ(ovkiMinIndx_8u_C1R(&twoRows[0][0], 8, {8, 2}, &min, &ix, &iy), ovkStatusOk);
+    EXPECT_EQ(std::vector<int>({min, ix, iy}), std::vector<int>({0, 5, 0}));
+    const Ovk32f level[4] = {1, 7, 2, 7};
+    Ovk32f max = 0;
+    ASSERT_EQ(ovkiMaxIndx_32f_C1R(level, 16, {4, 1}, &max, &ix, &iy), ovkStatusOk);
+    EXPECT_EQ(ix, 1);
+    const Ovk8u three[3] = {1, 2, 2};
+    Ovk64f mean = 0;
+    ASSERT_EQ(ovkiMean_8u_C1R(three, 3, {3, 1}, &mean), ovkStatusOk);
+    EXPECT_EQ(mean, 1.6666666666666667);
+    const Ovk8u zeros[3] = {}, ones[3] = {3, 4, 0};
+    Ovk64f rel = 0;
+    EXPECT_EQ(ovkiNormRel_L2_8u_C1R(ones, 3, zeros, 3, {3, 1}, &rel), ovkStatusDivByZero);
+    EXPECT_EQ(rel, 5.0);
+    // One million tenths: the double sum of the float values, not a float running sum.
+    std::vector<Ovk32f> tenths(1000 * 1000, 0.1f);
+    Ovk64f sum = 0;
+    ASSERT_EQ(ovkiSum_32f_C1R(tenths.data(), 4000, {1000, 1000}, &sum), ovkStatusOk);
+    EXPECT_NEAR(sum, 1e6 * double(0.1f), 1e-6);
+    // Accumulators wide enough: 2^62 products of 32-bit values, 16u squares.
+    const Ovk32s extreme[4] = {INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN};
+    Ovk64f dot = 0;
+    ASSERT_EQ(ovkiDotProd_32s64f_C1R(extreme, 16, extreme, 16, {4, 1}, &dot), ovkStatusOk);
+    EXPECT_EQ(dot, 0x1p64);
+    std::vector<Ovk16u> white(70000, 65535);
+    Ovk64f l2 = 0;
+    ASSERT_EQ(ovkiNorm_L2_16u_C1R(white.data(), 140000, {70000, 1}, &l2), ovkStatusOk);
+    EXPECT_EQ(l2, std::sqrt(70000.0 * 65535.0 * 65535.0));
+}
+
+}  // namespace
