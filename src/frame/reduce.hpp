@@ -25,12 +25,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <tuple>
 #include <type_traits>
 
 #include "frame/image.hpp"
 #include "frame/layout.hpp"
+#include "frame/simd/simd.hpp"
 
 namespace ovk::reduce {
 
@@ -99,81 +101,147 @@ Totals sum(OvkiSize roi, Term term, Image<const T>... images)
     return totals;
 }
 
-// Per channel, the largest term of the ROI; terms are at least 0, a NaN term
-// never counts (norms of the largest magnitude).
-template <class L, class Term, class... T>
-Totals largest(OvkiSize roi, Term term, Image<const T>... images);
-
-// Whether a value beats the current extreme: strictly smaller (Max: larger);
-// a NaN beats nothing and anything beats a NaN, so a NaN is the result only
-// when every value is NaN.
-template <bool Max, class T>
-constexpr bool beats(T candidate, T current)
+// The exact total of |a - b| over one-channel 8u images (of a alone when b
+// is absent), eight bytes at a time; the same row-by-row totals as sum().
+template <class... B>
+Totals byteSums(OvkiSize roi, Image<const Ovk8u> a, B... b)
 {
-    if constexpr (std::is_floating_point_v<T>) {
-        if (candidate != candidate) return false;
-        if (current != current) return true;
+    using namespace simd;
+    constexpr int kLanes = simd::kLanes<std::uint8_t>;
+    Totals totals;
+    for (int y = 0; y < roi.height; ++y) {
+        const Ovk8u* pa = a.row(y);
+        const Ovk8u* pb = nullptr;
+        if constexpr (sizeof...(B) == 1) pb = (b.row(y), ...);
+        Vec<std::uint64_t> acc = zero<std::uint64_t>();
+        std::int64_t x = 0;
+        for (; x + kLanes <= roi.width; x += kLanes) acc = add(acc, absDiffSums(load(pa + x), pb ? load(pb + x) : zero<std::uint8_t>()));
+        std::int64_t row = std::int64_t(sumOfLanes(acc));
+        for (; x < roi.width; ++x) row += std::abs(int(pa[x]) - (pb ? int(pb[x]) : 0));
+        totals.v[0] += double(row);
     }
-    return Max ? candidate > current : candidate < current;
+    return totals;
+}
+
+// Extrema. Accumulators start from the worst value an element can have and
+// are replaced by a strictly better one with a plain comparison, which a NaN
+// never passes: the loops stay simple enough to run in vector registers.
+// An extreme still at the start value is checked against the image: unless
+// an element equals it, every element was NaN and so is the result.
+template <bool Max, class T>
+constexpr T worst()
+{
+    if constexpr (std::is_floating_point_v<T>) return Max ? -std::numeric_limits<T>::infinity() : std::numeric_limits<T>::infinity();
+    else return Max ? std::numeric_limits<T>::lowest() : std::numeric_limits<T>::max();
 }
 
 template <bool Max, class T>
-constexpr T better(T candidate, T current)
+constexpr T pick(T candidate, T current)
 {
-    return beats<Max>(candidate, current) ? candidate : current;
+    return (Max ? candidate > current : candidate < current) ? candidate : current;
+}
+
+// Accumulators per position modulo a period of whole pixels, 64 bytes of them.
+template <class L, class T>
+inline constexpr int kPeriod = (64 / int(sizeof(T))) * L::stored;
+
+// best[j] = the best of best[j] and every element at position j modulo the period.
+template <bool Max, class L, class T>
+void scanRow(const T* row, std::int64_t n, T* best)
+{
+    constexpr int period = kPeriod<L, T>;
+    std::int64_t i = 0;
+    for (; i + period <= n; i += period)
+        for (int j = 0; j < period; ++j) best[j] = pick<Max>(row[i + j], best[j]);
+    for (int j = 0; i + j < n; ++j) best[j] = pick<Max>(row[i + j], best[j]);
+}
+
+template <bool Max, class L, class T>
+T channelBest(const T* best, int c)
+{
+    T v = best[c];
+    for (int j = c + L::stored; j < kPeriod<L, T>; j += L::stored) v = pick<Max>(best[j], v);
+    return v;
+}
+
+// An extreme still at the start value: the value itself when an element has it, else NaN.
+template <bool Max, class L, class T>
+T confirmed(T v, Image<const T> src, OvkiSize roi, int c)
+{
+    if constexpr (std::is_floating_point_v<T>) {
+        if (v == worst<Max, T>()) {
+            for (int y = 0; y < roi.height; ++y)
+                for (std::int64_t x = 0; x < roi.width; ++x)
+                    if (src.row(y)[x * L::stored + c] == v) return v;
+            return std::numeric_limits<T>::quiet_NaN();
+        }
+    }
+    return v;
 }
 
 // Per channel, the smallest (Max: largest) value of the ROI.
 template <bool Max, class L, class T>
 void extreme(Image<const T> src, OvkiSize roi, T* out)
 {
-    constexpr int stored = L::stored, period = 8 * stored;
-    const std::int64_t n = std::int64_t(roi.width) * stored;
-    T best[period];
-    for (int j = 0; j < period; ++j) best[j] = src.row(0)[j % stored];
+    T best[kPeriod<L, T>];
+    std::fill(best, best + kPeriod<L, T>, worst<Max, T>());
+    for (int y = 0; y < roi.height; ++y) scanRow<Max, L>(src.row(y), std::int64_t(roi.width) * L::stored, best);
+    for (int c = 0; c < L::processed; ++c) out[c] = confirmed<Max, L>(channelBest<Max, L>(best, c), src, roi, c);
+}
+
+// Per channel, the smallest and the largest value in one pass.
+template <class L, class T>
+void extremes(Image<const T> src, OvkiSize roi, T* minimum, T* maximum)
+{
+    T lo[kPeriod<L, T>], hi[kPeriod<L, T>];
+    std::fill(lo, lo + kPeriod<L, T>, worst<false, T>());
+    std::fill(hi, hi + kPeriod<L, T>, worst<true, T>());
     for (int y = 0; y < roi.height; ++y) {
-        const T* row = src.row(y);
-        std::int64_t i = 0;
-        for (; i + period <= n; i += period)
-            for (int j = 0; j < period; ++j) best[j] = better<Max>(row[i + j], best[j]);
-        for (int j = 0; i + j < n; ++j) best[j] = better<Max>(row[i + j], best[j]);
+        scanRow<false, L>(src.row(y), std::int64_t(roi.width) * L::stored, lo);
+        scanRow<true, L>(src.row(y), std::int64_t(roi.width) * L::stored, hi);
     }
     for (int c = 0; c < L::processed; ++c) {
-        out[c] = best[c];
-        for (int j = c + stored; j < period; j += stored) out[c] = better<Max>(best[j], out[c]);
+        minimum[c] = confirmed<false, L>(channelBest<false, L>(lo, c), src, roi, c);
+        maximum[c] = confirmed<true, L>(channelBest<true, L>(hi, c), src, roi, c);
     }
 }
 
-// Per channel, the smallest (Max: largest) value and its first position.
-// `stopAt` ends the scan after a row once every channel holds that value
-// (nothing can beat it); the result is the full scan's.
+// Per channel, the smallest (Max: largest) value and its first position:
+// each row's best is found first, and only a row that beats the running
+// extreme is searched for its first occurrence. `stopAt` ends the scan after
+// a row once every channel holds that value (nothing can beat it).
 template <bool Max, class L, class T>
 void extremeAt(Image<const T> src, OvkiSize roi, T* out, int* indexX, int* indexY, std::optional<T> stopAt = {})
 {
-    constexpr int stored = L::stored;
+    bool found[4] = {};
     for (int c = 0; c < L::processed; ++c) {
-        out[c] = src.row(0)[c];
+        out[c] = std::is_floating_point_v<T> ? std::numeric_limits<T>::quiet_NaN() : worst<Max, T>();
         indexX[c] = indexY[c] = 0;
     }
     for (int y = 0; y < roi.height; ++y) {
         const T* row = src.row(y);
-        bool done = true;
+        T best[kPeriod<L, T>];
+        std::fill(best, best + kPeriod<L, T>, worst<Max, T>());
+        scanRow<Max, L>(row, std::int64_t(roi.width) * L::stored, best);
+        bool done = bool(stopAt);
         for (int c = 0; c < L::processed; ++c) {
-            T rowBest = row[c];
-            for (std::int64_t x = 1; x < roi.width; ++x) rowBest = better<Max>(row[x * stored + c], rowBest);
-            if (beats<Max>(rowBest, out[c])) {
-                std::int64_t x = 0;
-                while (!(row[x * stored + c] == rowBest)) ++x;
-                out[c] = rowBest;
-                indexX[c] = int(x);
-                indexY[c] = y;
+            const T rowBest = channelBest<Max, L>(best, c);
+            if (!found[c] || pick<Max>(rowBest, out[c]) != out[c]) {
+                for (std::int64_t x = 0; x < roi.width; ++x) {
+                    if (row[x * L::stored + c] == rowBest) {  // none for a row of NaN
+                        out[c] = rowBest, indexX[c] = int(x), indexY[c] = y, found[c] = true;
+                        break;
+                    }
+                }
             }
-            done = done && stopAt && out[c] == *stopAt;
+            done = done && found[c] && out[c] == *stopAt;
         }
         if (done) break;
     }
 }
 
+// Per channel, the largest term of the ROI; terms are at least 0, a NaN term
+// never counts (norms of the largest magnitude).
 template <class L, class Term, class... T>
 Totals largest(OvkiSize roi, Term term, Image<const T>... images)
 {
@@ -186,48 +254,17 @@ Totals largest(OvkiSize roi, Term term, Image<const T>... images)
         std::apply([&](auto... r) {
             std::int64_t i = 0;
             for (; i + period <= n; i += period)
-                for (int j = 0; j < period; ++j) best[j] = better<true>(Value(term(r[i + j]...)), best[j]);
-            for (int j = 0; i + j < n; ++j) best[j] = better<true>(Value(term(r[i + j]...)), best[j]);
+                for (int j = 0; j < period; ++j) best[j] = pick<true>(Value(term(r[i + j]...)), best[j]);
+            for (int j = 0; i + j < n; ++j) best[j] = pick<true>(Value(term(r[i + j]...)), best[j]);
         }, rows);
     }
     Totals totals;
     for (int c = 0; c < L::processed; ++c) {
         Value v = best[c];
-        for (int j = c + stored; j < period; j += stored) v = better<true>(best[j], v);
+        for (int j = c + stored; j < period; j += stored) v = pick<true>(best[j], v);
         totals.v[c] = double(v);
     }
     return totals;
-}
-
-// Per channel, the smallest and the largest value of the ROI in one pass.
-template <class L, class T>
-void extremes(Image<const T> src, OvkiSize roi, T* minimum, T* maximum)
-{
-    constexpr int stored = L::stored, period = 8 * stored;
-    const std::int64_t n = std::int64_t(roi.width) * stored;
-    T lo[period], hi[period];
-    for (int j = 0; j < period; ++j) lo[j] = hi[j] = src.row(0)[j % stored];
-    for (int y = 0; y < roi.height; ++y) {
-        const T* row = src.row(y);
-        std::int64_t i = 0;
-        for (; i + period <= n; i += period)
-            for (int j = 0; j < period; ++j) {
-                lo[j] = better<false>(row[i + j], lo[j]);
-                hi[j] = better<true>(row[i + j], hi[j]);
-            }
-        for (int j = 0; i + j < n; ++j) {
-            lo[j] = better<false>(row[i + j], lo[j]);
-            hi[j] = better<true>(row[i + j], hi[j]);
-        }
-    }
-    for (int c = 0; c < L::processed; ++c) {
-        minimum[c] = lo[c];
-        maximum[c] = hi[c];
-        for (int j = c + stored; j < period; j += stored) {
-            minimum[c] = better<false>(lo[j], minimum[c]);
-            maximum[c] = better<true>(hi[j], maximum[c]);
-        }
-    }
 }
 
 }  // namespace ovk::reduce

@@ -36,6 +36,10 @@ constexpr unsigned long long kSquare(unsigned long long m)
     return m > 0xffffffffull ? ~0ull : m * m;
 }
 
+// One-channel 8u images: sums of bytes and of their distances, eight at a time.
+template <class T, class L>
+inline constexpr bool kOneChannelBytes = std::is_same_v<T, Ovk8u> && L::stored == 1;
+
 // Exact integer arithmetic for integer elements, double for floating point.
 template <class T>
 using Exact = std::conditional_t<std::is_floating_point_v<T>, double, std::conditional_t<(sizeof(T) < 4), int, std::int64_t>>;
@@ -45,8 +49,10 @@ OvkStatus sum(const T* pSrc, int srcStep, OvkiSize roiSize, Ovk64f* pSum)
 {
     OVK_CHECK(check::pointers(pSrc, pSum));
     OVK_CHECK(check::size(roiSize));
-    const auto totals = reduce::sum<L, decltype([](T x) { return Exact<T>(x); }), kMagnitude<T>>(
-        roiSize, {}, Image<const T>(pSrc, srcStep));
+    const Image<const T> src(pSrc, srcStep);
+    reduce::Totals totals;
+    if constexpr (kOneChannelBytes<T, L>) totals = reduce::byteSums(roiSize, src);
+    else totals = reduce::sum<L, decltype([](T x) { return Exact<T>(x); }), kMagnitude<T>>(roiSize, {}, src);
     for (int c = 0; c < L::processed; ++c) pSum[c] = totals.v[c];
     return ovkStatusOk;
 }
@@ -67,6 +73,8 @@ reduce::Totals normOf(OvkiSize roi, Term term, Image<const T> a)
 {
     if constexpr (N == Norm::Inf) {
         return reduce::largest<L>(roi, [&](T x) { return std::abs(term(x)); }, a);
+    } else if constexpr (N == Norm::L1 && kOneChannelBytes<T, L>) {
+        return reduce::byteSums(roi, a);
     } else if constexpr (N == Norm::L1) {
         return reduce::sum<L, decltype([](T x) { return std::abs(Term{}(x)); }), kDifference<T>>(roi, {}, a);
     } else {
@@ -81,6 +89,8 @@ reduce::Totals normOf(OvkiSize roi, Term, Image<const T> a, Image<const T> b)
     auto diff = [](T x, T y) { return Term{}(x, y); };
     if constexpr (N == Norm::Inf) {
         return reduce::largest<L>(roi, [&](T x, T y) { return std::abs(diff(x, y)); }, a, b);
+    } else if constexpr (N == Norm::L1 && kOneChannelBytes<T, L>) {
+        return reduce::byteSums(roi, a, b);
     } else if constexpr (N == Norm::L1) {
         return reduce::sum<L, decltype([](T x, T y) { return std::abs(Term{}(x, y)); }), kDifference<T>>(roi, {}, a, b);
     } else {

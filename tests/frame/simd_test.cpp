@@ -356,6 +356,13 @@ TEST(SimdWidth, PairProductsAndExactSums)
         EXPECT_EQ(sumOfLanes(vecOf(i32)), sumOf(i32));
         EXPECT_EQ(sumOfLanes(vecOf(u16)), sumOf(u16));
         EXPECT_EQ(sumOfLanes(vecOf(a)), sumOf(a));
+        const Lanes<uint8_t> v8 = randomLanes<uint8_t>(rng);
+        const auto eights = lanesOf(absDiffSums(vecOf(u8), vecOf(v8)));
+        for (int i = 0; i < kLanes<uint64_t>; ++i) {
+            uint64_t want = 0;
+            for (int k = 8 * i; k < 8 * i + 8; ++k) want += uint64_t(std::abs(int(u8[k]) - int(v8[k])));
+            EXPECT_EQ(eights[i], want);
+        }
     }
 }
 

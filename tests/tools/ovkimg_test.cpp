@@ -165,7 +165,7 @@ TEST_F(Tool, DamagedAndForeignFilesAreRejectedNamingFileAndProblem) {
     };
     for (const auto& [bytes, problem] : cases) {
         writeBytes(file("bad"), bytes);
-        EXPECT_NE(errorOf([&] { readImage(file("bad")); }).find("'" + file("bad") + "': " + problem), npos) << problem;
+        EXPECT_NE(errorOf([&] { readImage(file("bad")); }).find(std::string("'") + file("bad") + "': " + problem), npos) << problem;
     }
     EXPECT_EQ(errorOf([&] { readImage(file("none")); }), "cannot open '" + file("none") + "': No such file or directory");
     writeBytes(file("huge.pgm"), "P5\n100000 100000\n255\n");
@@ -300,6 +300,9 @@ TEST_F(Tool, ThresholdMaskOtsuAndDepthOptions) {
     EXPECT_EQ(samplesOf({"mask", "g4.png", "--value", "100,100,100", "-o", "o.png"}), (std::vector<int>{0, 0, 255, 255}));
     EXPECT_EQ(samplesOf({"depth", "g.png", "--range", "0,1000", "-o", "o.png"}), (std::vector<int>{39, 392, 588, 980}));
     EXPECT_NE(run({"otsu", "g.png", "-o", "o.png"}).second.find("otsu threshold: 100"), npos);
+    const std::string stats = run({"stats", "g.png"}).second;
+    for (const char* row : {" 510\n", " 10 at (0, 0)\n", " 250 at (3, 0)\n"})
+        EXPECT_NE(stats.find(row), npos) << stats;
 }
 
 // Every operation the tool lists runs once, on the test image or tiny files,

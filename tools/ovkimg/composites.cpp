@@ -6,6 +6,7 @@
 #include "operations.hpp"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cmath>
 #include <cstdio>
@@ -257,6 +258,40 @@ Result runRamp(const Options& options, std::span<Image>) {
 }
 
 Result runJaehne(const Options& options, std::span<Image>) { return generate(newImage(options), "ImageJaehne", {}); }
+
+// Per channel: sum, mean, extremes with their first positions, norms; a
+// table with one column per channel.
+Result runStats(const Options&, std::span<Image> inputs) {
+    const Image& src = inputs[0];
+    const int channels = src.channels();
+    static const char* const kNames[] = {"R", "G", "B", "A"};
+    std::printf("%-10s", src.describe().c_str());
+    for (int c = 0; c < channels; ++c) std::printf("%22s", channels == 1 ? "gray" : kNames[c]);
+    std::printf("\n");
+    const std::pair<const char*, const char*> rows[] = {{"sum", "Sum"}, {"mean", "Mean"}, {"min", "MinIndx"}, {"max", "MaxIndx"},
+                                                        {"norm Inf", "Norm_Inf"}, {"norm L1", "Norm_L1"}, {"norm L2", "Norm_L2"}};
+    for (const auto& [label, family] : rows) {
+        const Function& f = memberFor(family, src.type(), layoutOf(channels));
+        std::vector<Arg> args = {src.data<void>(), src.step(), src.size()};
+        std::vector<std::array<std::uint8_t, 64>> cells(f.params.size() - 3);
+        for (auto& cell : cells) args.emplace_back(static_cast<const void*>(cell.data()));
+        const OvkStatus status = invoke(f, args);
+        if (status < 0) return status;
+        std::printf("%-10s", label);
+        for (int c = 0; c < channels; ++c) {
+            auto at = [&](std::size_t k) {
+                const std::string& elem = f.params[3 + k].elem;
+                return ovk::apicall::readPart(elem, cells[k].data() + c * ovk::apicall::elementBytes(elem));
+            };
+            char text[64];
+            if (cells.size() == 3) std::snprintf(text, sizeof text, "%.6Lg at (%d, %d)", at(0), int(at(1)), int(at(2)));
+            else std::snprintf(text, sizeof text, "%.10Lg", at(0));
+            std::printf("%22s", text);
+        }
+        std::printf("\n");
+    }
+    return ovkStatusOk;
+}
 
 Result runOtsu(const Options&, std::span<Image> inputs) {
     if (inputs[0].type() != SampleType::U8) throw std::runtime_error("needs an 8-bit image, got " + inputs[0].describe());

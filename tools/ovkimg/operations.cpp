@@ -278,6 +278,13 @@ std::span<const Operation> operations() {
         {.name = "otsu",
          .help = "print Otsu's threshold of an 8-bit image (colour by its luma) and write it binarised",
          .operands = "IN", .run = runOtsu},
+        {.name = "stats",
+         .help = "print per channel the sum, mean, minimum and maximum (first positions) and norms",
+         .details = "\nOf a 4-channel image every channel, the alpha too. Positions are (x, y) of the\n"
+                    "first occurrence, rows from the top, columns from the left. The norms are the\n"
+                    "largest sample (Inf), the sum of the samples (L1) and the square root of the sum\n"
+                    "of their squares (L2).\n",
+         .operands = "[IN]", .writesImage = false, .run = runStats},
         {.name = "depth", .help = "change the bits per sample, mapping the whole range or a chosen one",
          .details = "\n8 to 16 bits multiplies by 257, or maps 0..255 onto --range LO,HI and rounds by\n"
                     "--round (zero, near: half to even, financial: half away from zero). 16 to 8 bits\n"

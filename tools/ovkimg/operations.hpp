@@ -76,6 +76,7 @@ Result runSwap(const Options& options, std::span<Image> inputs);    // --order
 Result runBorder(const Options& options, std::span<Image> inputs);  // --type, --top, --left, ...
 Result runNoise(const Options& options, std::span<Image> inputs);   // --kind, --low/--high or --mean/--stddev
 Result runOtsu(const Options& options, std::span<Image> inputs);
+Result runStats(const Options& options, std::span<Image> inputs);
 Result runDepth(const Options& options, std::span<Image> inputs);   // --to, --range, --round, --accurate
 Result runRamp(const Options& options, std::span<Image> inputs);    // no input: a new image
 Result runJaehne(const Options& options, std::span<Image> inputs);  // no input: a new image

@@ -23,7 +23,7 @@
 //                2, 3, 4 channels); PixelBytePermutation<N>; transposeBlock (kBlockSide<T> square)
 //   lookup       shuffleBytes, loadEveryBlock (byte table lookup within 128-bit blocks; native where
 //                kHasByteShuffle, emulated otherwise)
-//   sums         sumOfLanes (integer lanes, exact)
+//   sums         sumOfLanes (integer lanes, exact); absDiffSums (|a - b| of bytes, summed per 64-bit lane)
 //
 // Kernels loop over whole vectors and finish the tail with the scalar
 // formula of the same operation; nothing in the layer depends on the width

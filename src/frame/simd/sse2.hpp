@@ -504,6 +504,9 @@ OVK_SIMD_INLINE void transposeBlock(const T* s, std::ptrdiff_t sStep, T* d, std:
 
 // --- Sums of all lanes (integer lanes: exact, so the order does not matter) ---
 
+// Each 64-bit lane: the sum of |a - b| over the lane's eight bytes.
+inline Vec<std::uint64_t> absDiffSums(Vec<std::uint8_t> a, Vec<std::uint8_t> b) { return {_mm_sad_epu8(a.raw, b.raw)}; }
+
 template <class T>
 SumOf<T> sumOfLanes(Vec<T> v)
 {
