@@ -5,6 +5,8 @@
 // engine's (frame/reduce.hpp).
 #pragma once
 
+#include <algorithm>
+#include <iterator>
 #include <limits>
 #include <optional>
 
@@ -58,6 +60,51 @@ OvkStatus every(const T* pSrc, int srcStep, T* pSrcDst, int srcDstStep, OvkiSize
                             for (int i = 0; i < n; ++i) out[i] = (Max ? s[i] > d[i] : s[i] < d[i]) ? s[i] : d[i];
                             return ovkStatusOk;
                         });
+}
+
+// The ROI cut into blocks of blockSize from its top left corner (the last
+// column and row of blocks may be narrower): the minimum and maximum of each
+// block go to pixel (bx, by) of pDstMin and pDstMax, images of
+// ceil(width / blockWidth) x ceil(height / blockHeight) pixels, and those of
+// the whole ROI to pGlobalMin and pGlobalMax. A block's extreme is NaN only
+// when all its values are.
+template <class T>
+OvkStatus blockMinMax(const T* pSrc, int srcStep, OvkiSize roiSize, T* pDstMin, int dstMinStep, T* pDstMax, int dstMaxStep,
+                      OvkiSize blockSize, T* pGlobalMin, T* pGlobalMax)
+{
+    OVK_CHECK(check::pointers(pSrc, pDstMin, pDstMax, pGlobalMin, pGlobalMax));
+    OVK_CHECK(check::size(roiSize));
+    OVK_CHECK(check::size(blockSize));
+    OVK_CHECK(check::steps(srcStep, dstMinStep, dstMaxStep));
+    const Image<const T> src(pSrc, srcStep);
+    const Image<T> mins(pDstMin, dstMinStep), maxs(pDstMax, dstMaxStep);
+    const int bw = std::min(blockSize.width, roiSize.width), bh = std::min(blockSize.height, roiSize.height);
+    const int blocksX = int((std::int64_t(roiSize.width) + bw - 1) / bw);
+    T globalLo = reduce::worst<false, T>(), globalHi = reduce::worst<true, T>();
+    for (int y0 = 0; y0 < roiSize.height; y0 += bh) {
+        const int rows = std::min(bh, roiSize.height - y0);
+        T* lo = mins.row(y0 / bh);
+        T* hi = maxs.row(y0 / bh);
+        for (int bx = 0; bx < blocksX; ++bx) {
+            const int x0 = bx * bw, cols = std::min(bw, roiSize.width - x0);
+            T l[reduce::kPeriod<C1, T>], h[reduce::kPeriod<C1, T>];
+            std::fill(std::begin(l), std::end(l), reduce::worst<false, T>());
+            std::fill(std::begin(h), std::end(h), reduce::worst<true, T>());
+            for (int y = y0; y < y0 + rows; ++y) {
+                reduce::scanRow<false, C1>(src.row(y) + x0, cols, l);
+                reduce::scanRow<true, C1>(src.row(y) + x0, cols, h);
+            }
+            const OvkiSize block{cols, rows};
+            const Image<const T> at(src.row(y0) + x0, srcStep);
+            lo[bx] = reduce::confirmed<false, C1>(reduce::channelBest<false, C1>(l, 0), at, block, 0);
+            hi[bx] = reduce::confirmed<true, C1>(reduce::channelBest<true, C1>(h, 0), at, block, 0);
+            globalLo = reduce::pick<false>(lo[bx], globalLo);
+            globalHi = reduce::pick<true>(hi[bx], globalHi);
+        }
+    }
+    *pGlobalMin = reduce::confirmed<false, C1>(globalLo, src, roiSize, 0);
+    *pGlobalMax = reduce::confirmed<true, C1>(globalHi, src, roiSize, 0);
+    return ovkStatusOk;
 }
 
 }  // namespace ovk::stats

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cfloat>
+#include <algorithm>
 #include <cmath>
 #include <random>
 #include <string>
@@ -138,6 +139,33 @@ TEST(Extrema, EveryKeepsTheStrictlyBetterSource)
                     const ld want = (f.family == "MaxEvery" ? s > d : s < d) ? s : d;
                     ASSERT_EQ(inv.get("pSrcDst", x, y, c), want) << f.name << " at " << x << ", " << y;
                 }
+    }
+}
+
+TEST(Extrema, BlockMinMaxAgainstEachBlock)
+{
+    for (const Function& f : functions()) {
+        if (f.family != "BlockMinMax") continue;
+        std::mt19937 rng(std::hash<std::string>{}(f.name));
+        for (OvkiSize block : {OvkiSize{4, 3}, OvkiSize{1, 7}, OvkiSize{40, 10}}) {
+            Invocation inv(f, {{kW, kH}, false, 7});
+            fill(inv, "pSrc", 1, rng);
+            inv.setSize("blockSize", block);
+            ASSERT_EQ(inv.call(), ovkStatusOk) << f.name;
+            ld globalLo = INFINITY, globalHi = -INFINITY;
+            for (int by = 0; by * block.height < kH; ++by)
+                for (int bx = 0; bx * block.width < kW; ++bx) {
+                    ld lo = INFINITY, hi = -INFINITY;
+                    for (int y = by * block.height; y < std::min(kH, (by + 1) * block.height); ++y)
+                        for (int x = bx * block.width; x < std::min(kW, (bx + 1) * block.width); ++x)
+                            lo = std::min(lo, inv.get("pSrc", x, y, 0)), hi = std::max(hi, inv.get("pSrc", x, y, 0));
+                    ASSERT_EQ(inv.get("pDstMin", bx, by, 0), lo) << f.name << " block " << bx << ", " << by;
+                    ASSERT_EQ(inv.get("pDstMax", bx, by, 0), hi) << f.name << " block " << bx << ", " << by;
+                    globalLo = std::min(globalLo, lo), globalHi = std::max(globalHi, hi);
+                }
+            EXPECT_EQ(inv.get("pGlobalMin", 0, 0, 0), globalLo) << f.name;
+            EXPECT_EQ(inv.get("pGlobalMax", 0, 0, 0), globalHi) << f.name;
+        }
     }
 }
 
