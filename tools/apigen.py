@@ -562,12 +562,14 @@ def version_script_text(functions):
     return f"/* {GENERATED} */\n{{\n  global:\n{names}\n  local:\n    *;\n}};\n"
 
 
-def read_definitions(path):
-    """The enumerations and integer constants of the shared definitions
-    header, for the description: {"enums": {name: [{name, value, doc}]},
-    "constants": {name: value}}."""
-    with open(path, encoding="utf-8") as f:
-        text = f.read()
+def read_definitions(paths):
+    """The enumerations and integer constants of the public headers written
+    by hand, for the description: {"enums": {name: [{name, value, doc}]},
+    "constants": {name: value}} (processor feature bits as 1ULL << n)."""
+    text = ""
+    for path in paths:
+        with open(path, encoding="utf-8") as f:
+            text += f.read() + "\n"
     enums = {}
     for m in re.finditer(r"typedef OVK_ENUM\((\w+)\)\s*\{(.*?)\}\s*\w+;", text, re.S):
         members = []
@@ -577,7 +579,9 @@ def read_definitions(path):
     constants = {}
     for m in re.finditer(r"^#define\s+(\w+)\s+\(?\s*(?:\(int\))?\s*(0x[0-9A-Fa-f]+|-?\d+)\)?", text, re.M):
         value = int(m.group(2), 0)
-        constants[m.group(1)] = value - (1 << 32) if value >= 1 << 31 else value
+        constants[m.group(1)] = value - (1 << 32) if value >= 1 << 31 else value  # int constants
+    for m in re.finditer(r"^#define\s+(\w+)\s+\(1ULL\s*<<\s*(\d+)\)", text, re.M):
+        constants[m.group(1)] = 1 << int(m.group(2))
     return {"enums": enums, "constants": constants}
 
 
@@ -585,7 +589,7 @@ def main():
     ap = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     ap.add_argument("--root", required=True, help="source directory the registry files live under")
     ap.add_argument("--out", required=True, help="output directory")
-    ap.add_argument("--defs", help="the shared definitions header (enumerations for the description)")
+    ap.add_argument("--defs", action="append", default=[], help="a hand-written public header whose enumerations and constants go into the description")
     ap.add_argument("--list-units", action="store_true", help="print the unit names and exit")
     ap.add_argument("registries", nargs="+")
     args = ap.parse_args()

@@ -245,6 +245,17 @@ const std::vector<EnumMember>* enumeration(const std::string& type)
     return it == all.end() ? nullptr : &it->second;
 }
 
+const std::map<std::string, long long>& constants()
+{
+    static const std::map<std::string, long long> all = [] {
+        std::map<std::string, long long> m;
+        if (description().contains("constants"))
+            for (const auto& [name, value] : description()["constants"].items()) m[name] = value.get<long long>();
+        return m;
+    }();
+    return all;
+}
+
 std::string statusName(long long status)
 {
     if (const auto* members = enumeration("OvkStatus")) {

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -86,6 +87,9 @@ struct EnumMember {
     long long value;
 };
 const std::vector<EnumMember>* enumeration(const std::string& type);
+// The integer constants of the public headers (OVK_..., ovkCpuFeature...), by name.
+const std::map<std::string, long long>& constants();
+
 // "ovkStatusSizeError"; the number for a code the description does not name.
 std::string statusName(long long status);
 

@@ -1,5 +1,7 @@
 #include "operations.hpp"
 
+#include <apicall/apicall.hpp>
+
 #include <algorithm>
 #include <cinttypes>
 #include <cstdint>
@@ -7,6 +9,7 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace ovkimg {
 namespace {
@@ -14,30 +17,6 @@ namespace {
 // ---------------------------------------------------------------------------
 // info
 // ---------------------------------------------------------------------------
-
-struct CpuFeature {
-    const char* name;
-    Ovk64u bit;
-};
-
-#define OVKIMG_FEATURE(name) {#name, ovkCpuFeature##name}
-constexpr CpuFeature kCpuFeatures[] = {
-    OVKIMG_FEATURE(MMX),        OVKIMG_FEATURE(SSE),           OVKIMG_FEATURE(SSE2),
-    OVKIMG_FEATURE(SSE3),       OVKIMG_FEATURE(SSSE3),         OVKIMG_FEATURE(MOVBE),
-    OVKIMG_FEATURE(SSE41),      OVKIMG_FEATURE(SSE42),         OVKIMG_FEATURE(AVX),
-    OVKIMG_FEATURE(AES),        OVKIMG_FEATURE(PCLMULQDQ),     OVKIMG_FEATURE(RDRAND),
-    OVKIMG_FEATURE(F16C),       OVKIMG_FEATURE(AVX2),          OVKIMG_FEATURE(BMI1),
-    OVKIMG_FEATURE(BMI2),       OVKIMG_FEATURE(LZCNT),         OVKIMG_FEATURE(ADX),
-    OVKIMG_FEATURE(RDSEED),     OVKIMG_FEATURE(SHA),           OVKIMG_FEATURE(FMA),
-    OVKIMG_FEATURE(POPCNT),     OVKIMG_FEATURE(AVX512F),       OVKIMG_FEATURE(AVX512CD),
-    OVKIMG_FEATURE(AVX512BW),   OVKIMG_FEATURE(AVX512DQ),      OVKIMG_FEATURE(AVX512VL),
-    OVKIMG_FEATURE(AVX512IFMA), OVKIMG_FEATURE(AVX512VBMI),    OVKIMG_FEATURE(AVX512VBMI2),
-    OVKIMG_FEATURE(AVX512VNNI), OVKIMG_FEATURE(AVX512BITALG),  OVKIMG_FEATURE(AVX512VPOPCNT),
-    OVKIMG_FEATURE(AVX512FP16), OVKIMG_FEATURE(GFNI),          OVKIMG_FEATURE(VAES),
-    OVKIMG_FEATURE(VPCLMULQDQ), OVKIMG_FEATURE(AVXVNNI),       OVKIMG_FEATURE(XSAVE),
-    OVKIMG_FEATURE(OSXSAVE),    OVKIMG_FEATURE(CX16),          OVKIMG_FEATURE(HYPERVISOR),
-};
-#undef OVKIMG_FEATURE
 
 // Prints "  label       NAME NAME ...", wrapped under the first name.
 void printFeatures(const char* label, Ovk64u mask) {
@@ -55,10 +34,15 @@ void printFeatures(const char* label, Ovk64u mask) {
         line += (any ? " " : "") + word;
         any = true;
     };
+    // The feature bits by name, from the API description (which reads ovkcore.h), in bit order.
+    std::vector<std::pair<Ovk64u, std::string>> features;
+    for (const auto& [name, value] : ovk::apicall::constants())
+        if (name.rfind("ovkCpuFeature", 0) == 0) features.emplace_back(Ovk64u(value), name.substr(13));
+    std::sort(features.begin(), features.end());
     Ovk64u known = 0;
-    for (const CpuFeature& feature : kCpuFeatures) {
-        known |= feature.bit;
-        if (mask & feature.bit) add(feature.name);
+    for (const auto& [bit, name] : features) {
+        known |= bit;
+        if (mask & bit) add(name);
     }
     for (int bit = 0; bit < 64; ++bit) {  // bits this tool has no name for yet
         if ((mask & ~known) >> bit & 1) add("bit" + std::to_string(bit));
