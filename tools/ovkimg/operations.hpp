@@ -85,26 +85,6 @@ Result runJaehne(const Options& options, std::span<Image> inputs);  // no input:
 // Throws UsageError for mistakes on the command line.
 int runCall(std::span<const std::string> args);
 
-// Helpers of the run functions.
-
-// The member for images of `channels` channels.
-template <class F>
-F byChannels(int channels, F c1, F c3, F c4) {
-    switch (channels) {
-    case 1: return c1;
-    case 3: return c3;
-    case 4: return c4;
-    }
-    throw std::runtime_error("unsupported channel count " + std::to_string(channels));
-}
-
-// Calls body(T{}) with the sample type T of `type`.
-template <class Body>
-Result withType(SampleType type, Body&& body) {
-    if (type == SampleType::U8) return body(Ovk8u{});
-    return body(Ovk16u{});
-}
-
 // The output image with the library's status; no image after an error.
 // (Callers compute the status first: the image is moved here.)
 inline Result finish(Image&& image, OvkStatus status) {
