@@ -62,7 +62,10 @@ otherwise), for the API description:
                                   square), border (source and destination
                                   sizes of a border copy), writesAlpha,
                                   writesMask (the destination is a one-channel
-                                  8u mask, whatever the sources' layout); a trait
+                                  8u mask, whatever the sources' layout),
+                                  failsOnData (the values of the images can make
+                                  a call with valid arguments return an error,
+                                  after writing its results); a trait
                                   that holds only for some values of a parameter
                                   says so: `transposed@flip=3,4`
 """
@@ -90,7 +93,7 @@ TYPE_CODES = ["16sc", "32sc", "32fc", "64fc", "8u", "8s", "16u", "16s", "32u", "
 TYPES_RE = re.compile(r"^(?:%s)+$" % "|".join(TYPE_CODES))
 LAYOUT_RE = re.compile(r"^((?:AC4|C[1-4]|P[34]|CR)*)(.*)$")
 CHECK_WORDS = ("pointers", "size", "steps", "rowSteps", "minWidth", "minHeight")
-TRAIT_WORDS = ("pointwise", "transposed", "square", "border", "writesAlpha", "writesMask")
+TRAIT_WORDS = ("pointwise", "transposed", "square", "border", "writesAlpha", "writesMask", "failsOnData")
 STATUS_OF_CHECK = {"pointers": -8, "size": -6, "steps": -14, "rowSteps": -14, "minWidth": -6, "minHeight": -6}
 
 

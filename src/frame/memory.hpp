@@ -29,6 +29,28 @@ T* mallocImage(int widthPixels, int heightPixels, int* pStepBytes)
 
 inline void freeImage(void* ptr) { ovkFree(ptr); }
 
+// Work memory of a call, from the core allocator and released when the call
+// returns: `count` elements, none (empty()) when the allocator has no block
+// that large. Functions return ovkStatusNoMemory then.
+template <class T>
+class Scratch {
+public:
+    explicit Scratch(std::int64_t count)
+        : data_(count > 0 && count * std::int64_t(sizeof(T)) <= 0x7fffffff ? static_cast<T*>(ovkMalloc(int(count * sizeof(T))))
+                                                                            : nullptr)
+    {
+    }
+    ~Scratch() { ovkFree(data_); }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+    bool empty() const { return data_ == nullptr; }
+    T* data() const { return data_; }
+    T& operator[](std::int64_t i) const { return data_[i]; }
+
+private:
+    T* data_;
+};
+
 }  // namespace ovk::frame
 
 // Internal one-dimensional allocators (not exported) behind the library's own

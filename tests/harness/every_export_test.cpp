@@ -7,6 +7,8 @@
 // give on the whole image.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <climits>
 #include <fstream>
 #include <functional>
@@ -30,6 +32,11 @@ CallSetup setupOf(const Function& f, OvkiSize roi = {19, 3}, bool tight = false)
 {
     CallSetup s;
     s.roi = f.has("square") ? OvkiSize{roi.width, roi.width} : roi;
+    for (const Check& c : f.checks) {  // a smallest side that always holds: valid calls keep to it
+        if (!c.when.empty()) continue;
+        if (c.kind == "minWidth") s.roi.width = std::max(s.roi.width, c.min);
+        if (c.kind == "minHeight") s.roi.height = std::max(s.roi.height, c.min);
+    }
     s.seed = seedOf(f.name);
     s.tight = tight;
     return s;
@@ -152,7 +159,8 @@ TEST_P(EveryExport, WritesOnlyItsRegionAtEveryWidth)
         for (int h : {2, 3, 32, 33}) {
             for (bool tight : {false, true}) {
                 Invocation inv(f, setupOf(f, {w, h}, tight));
-                EXPECT_GE(inv.call(), 0) << w << "x" << h;
+                const OvkStatus status = inv.call();
+                EXPECT_TRUE(status >= 0 || f.has("failsOnData")) << w << "x" << h << ": " << status;
                 EXPECT_EQ(inv.writeDiscipline(), "") << w << "x" << h << (tight ? " without padding" : "");
             }
         }

@@ -169,6 +169,66 @@ TEST(Extrema, BlockMinMaxAgainstEachBlock)
     }
 }
 
+// The index from its definition in long double: 4 m1 m2 cov / ((var1 + var2)(m1^2 + m2^2)).
+TEST(Quality, EveryQualityIndexMemberFollowsTheDefinition)
+{
+    for (const Function& f : functions()) {
+        if (f.family != "QualityIndex") continue;
+        const int channels = channelsOf(f);
+        std::mt19937 rng(std::hash<std::string>{}(f.name));
+        Invocation inv(f, {{kW, kH}, false, 9});
+        for (int y = 0; y < kH; ++y)
+            for (int x = 0; x < kW; ++x)
+                for (int c = 0; c < channels; ++c) {
+                    const ld v = ld(rng() % 200);
+                    inv.set("pSrc1", x, y, c, 0, v);
+                    inv.set("pSrc2", x, y, c, 0, v / 2 + ld(rng() % 40));
+                }
+        ASSERT_EQ(inv.call(), ovkStatusOk) << f.name;
+        for (int c = 0; c < channels; ++c) {
+            ld m1 = 0, m2 = 0, cov = 0, v1 = 0, v2 = 0;
+            for (int y = 0; y < kH; ++y)
+                for (int x = 0; x < kW; ++x) m1 += inv.get("pSrc1", x, y, c), m2 += inv.get("pSrc2", x, y, c);
+            m1 /= kW * kH, m2 /= kW * kH;
+            for (int y = 0; y < kH; ++y)
+                for (int x = 0; x < kW; ++x) {
+                    const ld a = inv.get("pSrc1", x, y, c) - m1, b = inv.get("pSrc2", x, y, c) - m2;
+                    cov += a * b, v1 += a * a, v2 += b * b;
+                }
+            const ld want = 4 * m1 * m2 * cov / ((v1 + v2) * (m1 * m1 + m2 * m2));
+            EXPECT_NEAR(inv.get("pQualityIndex", c, 0, 0), want, 1e-4) << f.name << " channel " << c;
+        }
+    }
+}
+
+// SSIM against every window computed directly.
+TEST(Quality, SsimIsTheMeanOfTheWindowedIndex)
+{
+    constexpr int w = 23, h = 15;
+    std::mt19937 rng(11);
+    std::vector<Ovk32f> a(w * h), b(w * h);
+    for (int i = 0; i < w * h; ++i) a[i] = Ovk32f(rng() % 256), b[i] = Ovk32f(std::min<int>(255, int(a[i]) + int(rng() % 60)));
+    ld g[11], total = 0;
+    for (int k = 0; k < 11; ++k) total += g[k] = std::exp(-ld((k - 5) * (k - 5)) / 4.5L);
+    const ld c1 = 6.5025L, c2 = 58.5225L;  // (0.01 * 255)^2, (0.03 * 255)^2
+    ld sum = 0;
+    for (int y0 = 0; y0 + 11 <= h; ++y0)
+        for (int x0 = 0; x0 + 11 <= w; ++x0) {
+            ld mx = 0, my = 0, xx = 0, yy = 0, xy = 0;
+            for (int y = 0; y < 11; ++y)
+                for (int x = 0; x < 11; ++x) {
+                    const ld wt = g[x] * g[y] / (total * total), u = a[(y0 + y) * w + x0 + x], v = b[(y0 + y) * w + x0 + x];
+                    mx += wt * u, my += wt * v, xx += wt * u * u, yy += wt * v * v, xy += wt * u * v;
+                }
+            sum += (2 * mx * my + c1) * (2 * (xy - mx * my) + c2) / ((mx * mx + my * my + c1) * (xx - mx * mx + yy - my * my + c2));
+        }
+    Ovk32f ssim = 0;
+    ASSERT_EQ(ovkiSSIM_32f_C1R(a.data(), w * 4, b.data(), w * 4, {w, h}, 255.0f, &ssim), ovkStatusOk);
+    EXPECT_NEAR(ssim, double(sum / ((w - 10) * (h - 10))), 1e-6);
+    ASSERT_EQ(ovkiSSIM_32f_C1R(a.data(), w * 4, a.data(), w * 4, {w, h}, 255.0f, &ssim), ovkStatusOk);
+    EXPECT_NEAR(ssim, 1.0, 1e-6);
+}
+
 TEST(Stats, KnownValues)
 {
     Ovk8u twoRows[2][8] = {{9, 9, 9, 9, 9, 0, 9, 9}, {9, 9, 0, 9, 9, 9, 9, 9}};
@@ -202,6 +262,15 @@ TEST(Stats, KnownValues)
     Ovk64f l2 = 0;
     ASSERT_EQ(ovkiNorm_L2_16u_C1R(white.data(), 140000, {70000, 1}, &l2), ovkStatusOk);
     EXPECT_EQ(l2, std::sqrt(70000.0 * 65535.0 * 65535.0));
+    // The quality index: identical images 1, constant ones NaN and -210, a negative about the mean below 0.
+    const Ovk32f ramp[4] = {10, 20, 30, 40}, flat[4] = {5, 5, 5, 5}, mirrored[4] = {40, 30, 20, 10};
+    Ovk32f q = 0;
+    ASSERT_EQ(ovkiQualityIndex_32f_C1R(ramp, 16, ramp, 16, {4, 1}, &q), ovkStatusOk);
+    EXPECT_NEAR(q, 1.0f, 1e-6f);
+    EXPECT_EQ(ovkiQualityIndex_32f_C1R(flat, 16, flat, 16, {4, 1}, &q), ovkStatusQualityIndexError);
+    EXPECT_TRUE(std::isnan(q));
+    ASSERT_EQ(ovkiQualityIndex_32f_C1R(ramp, 16, mirrored, 16, {4, 1}, &q), ovkStatusOk);
+    EXPECT_LT(q, 0.0f);
 }
 
 }  // namespace

@@ -293,6 +293,40 @@ Result runStats(const Options&, std::span<Image> inputs) {
     return ovkStatusOk;
 }
 
+// Per channel (alpha too) the structural similarity of two images: each
+// channel goes to a 32-bit float plane, whose SSIM the library computes with
+// the sample type's range as the dynamic range.
+Result runSsim(const Options&, std::span<Image> inputs) {
+    const Image& a = inputs[0];
+    const Image& b = inputs[1];
+    if (a.describe() != b.describe()) throw std::runtime_error("the images differ in layout: " + a.describe() + " and " + b.describe());
+    const int channels = a.channels();
+    const OvkiSize size = a.size();
+    const int step = size.width * int(sizeof(Ovk32f));
+    const Function& toFloat = exported(std::string("ovkiConvert_") + typeName(a.type()) + "32f_C1R");
+    double total = 0;
+    for (int c = 0; c < channels; ++c) {
+        std::vector<Ovk32f> planes[2] = {std::vector<Ovk32f>(std::size_t(size.width) * size.height), std::vector<Ovk32f>(std::size_t(size.width) * size.height)};
+        for (int k = 0; k < 2; ++k) {
+            Image plane(a.type(), 1, size.width, size.height);
+            const Image& from = k == 0 ? a : b;
+            OvkStatus s = channels == 1 ? ovkStatusOk
+                                        : invoke(memberFor("Copy", a.type(), layoutOf(channels) + "C1"),
+                                                 {channel(from, c), from.step(), plane.data<void>(), plane.step(), size});
+            const Image& one = channels == 1 ? from : plane;
+            if (s >= 0) s = invoke(toFloat, {one.data<void>(), one.step(), planes[k].data(), step, size});
+            if (s < 0) return s;
+        }
+        Ovk32f ssim = 0;
+        const OvkStatus s = ovkiSSIM_32f_C1R(planes[0].data(), step, planes[1].data(), step, size, Ovk32f(maxSample(a.type())), &ssim);
+        if (s < 0) return s;
+        std::printf("ssim %s: %.6f\n", channels == 1 ? "gray" : std::string(1, "RGBA"[c]).c_str(), double(ssim));
+        total += ssim;
+    }
+    if (channels > 1) std::printf("ssim mean: %.6f\n", total / channels);
+    return ovkStatusOk;
+}
+
 Result runOtsu(const Options&, std::span<Image> inputs) {
     if (inputs[0].type() != SampleType::U8) throw std::runtime_error("needs an 8-bit image, got " + inputs[0].describe());
     const Image src = convertChannels(inputs[0], 1);  // colour images by their luma

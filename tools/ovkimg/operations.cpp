@@ -269,6 +269,11 @@ std::span<const Operation> operations() {
                     "largest sample (Inf), the sum of the samples (L1) and the square root of the sum\n"
                     "of their squares (L2).\n",
          .operands = "[IN]", .writesImage = false, .run = runStats},
+        {.name = "ssim",
+         .help = "print the structural similarity of two images per channel (1 for identical ones)",
+         .details = "\nThe mean over every 11x11 window of the images (Gaussian weights of sigma 1.5,\n"
+                    "constants from the sample range); both at least 11x11, of one layout.\n",
+         .operands = "[A B]", .writesImage = false, .run = runSsim},
         {.name = "depth", .help = "change the bits per sample, mapping the whole range or a chosen one",
          .details = "\n8 to 16 bits multiplies by 257, or maps 0..255 onto --range LO,HI and rounds by\n"
                     "--round (zero, near: half to even, financial: half away from zero). 16 to 8 bits\n"

@@ -77,6 +77,7 @@ Result runBorder(const Options& options, std::span<Image> inputs);  // --type, -
 Result runNoise(const Options& options, std::span<Image> inputs);   // --kind, --low/--high or --mean/--stddev
 Result runOtsu(const Options& options, std::span<Image> inputs);
 Result runStats(const Options& options, std::span<Image> inputs);
+Result runSsim(const Options& options, std::span<Image> inputs);
 Result runDepth(const Options& options, std::span<Image> inputs);   // --to, --range, --round, --accurate
 Result runRamp(const Options& options, std::span<Image> inputs);    // no input: a new image
 Result runJaehne(const Options& options, std::span<Image> inputs);  // no input: a new image
