@@ -81,21 +81,22 @@ OvkStatus blockMinMax(const T* pSrc, int srcStep, OvkiSize roiSize, T* pDstMin, 
     const int bw = std::min(blockSize.width, roiSize.width), bh = std::min(blockSize.height, roiSize.height);
     const int blocksX = int((std::int64_t(roiSize.width) + bw - 1) / bw);
     T globalLo = reduce::worst<false, T>(), globalHi = reduce::worst<true, T>();
-    for (int y0 = 0; y0 < roiSize.height; y0 += bh) {
-        const int rows = std::min(bh, roiSize.height - y0);
-        T* lo = mins.row(y0 / bh);
-        T* hi = maxs.row(y0 / bh);
+    for (std::int64_t y0 = 0; y0 < roiSize.height; y0 += bh) {  // 64-bit: a last block may end past INT_MAX
+        const int rows = int(std::min<std::int64_t>(bh, roiSize.height - y0));
+        T* lo = mins.row(int(y0 / bh));
+        T* hi = maxs.row(int(y0 / bh));
         for (int bx = 0; bx < blocksX; ++bx) {
-            const int x0 = bx * bw, cols = std::min(bw, roiSize.width - x0);
+            const std::int64_t x0 = std::int64_t(bx) * bw;
+            const int cols = int(std::min<std::int64_t>(bw, roiSize.width - x0));
             T l[reduce::kPeriod<C1, T>], h[reduce::kPeriod<C1, T>];
             std::fill(std::begin(l), std::end(l), reduce::worst<false, T>());
             std::fill(std::begin(h), std::end(h), reduce::worst<true, T>());
-            for (int y = y0; y < y0 + rows; ++y) {
+            for (int y = int(y0); y < int(y0) + rows; ++y) {
                 reduce::scanRow<false, C1>(src.row(y) + x0, cols, l);
                 reduce::scanRow<true, C1>(src.row(y) + x0, cols, h);
             }
             const OvkiSize block{cols, rows};
-            const Image<const T> at(src.row(y0) + x0, srcStep);
+            const Image<const T> at(src.row(int(y0)) + x0, srcStep);
             lo[bx] = reduce::confirmed<false, C1>(reduce::channelBest<false, C1>(l, 0), at, block, 0);
             hi[bx] = reduce::confirmed<true, C1>(reduce::channelBest<true, C1>(h, 0), at, block, 0);
             globalLo = reduce::pick<false>(lo[bx], globalLo);

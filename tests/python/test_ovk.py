@@ -122,3 +122,15 @@ def test_low_level_call_by_name():
     assert status == ovk.OvkStatus.ovkStatusOk and np.array_equal(dst, a + b)
     assert add(None, 5, None, 5, None, 5, ovk.OvkiSize(5, 3), 0) == ovk.OvkStatus.ovkStatusNullPointer
     assert ovk.OVK_COPY_NONTEMPORAL == 1
+
+
+def test_statistics_match_numpy():
+    img = image((37, 29, 3), np.uint16, 65536)
+    assert list(ovk.sum(img)) == [float(img[..., c].sum(dtype=np.int64)) for c in range(3)]
+    low, x, y = ovk.min_indx(img[..., 0].copy())
+    first = np.unravel_index(np.argmin(img[..., 0]), img.shape[:2])  # row-major: the first occurrence
+    assert (low, y, x) == (img[..., 0].min(), *first)
+    floats = image((8, 9), np.float32) / 8
+    assert ovk.norm_l2(floats) == np.sqrt(np.sum(floats.astype(np.float64) ** 2))
+    with pytest.warns(ovk.StatusWarning, match="ovkStatusDivByZero"):
+        ovk.norm_rel_l1(floats, np.zeros_like(floats))
