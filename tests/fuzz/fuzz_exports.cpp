@@ -322,6 +322,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     s.bottomUp = in.flag() && in.flag();
     s.lead = int(in.bits(8) % 40);
     s.padding = int(in.bits(8) % 12);
+    for (const ConditionalTrait& t : f.traitsWhen) {  // a value the trait holds for, or the first valid one
+        if (in.flag()) s.values[t.param] = t.values[in.bits(8) % t.values.size()];
+    }
     Invocation inv(f, s);
     Call call{f, inv, in, ""};
     if (s.bottomUp) call.note("bottom-up");

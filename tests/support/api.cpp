@@ -138,7 +138,14 @@ void Invocation::makeImage(const Param& p, int index)
     im.keepsAlpha = im.output && !oneChannel && token == "AC4" && !f_.has("writesAlpha");
     OvkiSize size = roi_;
     if (out) size = {token == "AC4" ? 3 : token[1] - '0', 1};
-    if (dst && f_.has("transposed")) size = {roi_.height, roi_.width};
+    bool transposed = f_.has("transposed");
+    for (const ConditionalTrait& t : f_.traitsWhen) {  // by the value the parameter will get
+        const Param& q = *f_.param(t.param);
+        const auto given = setup_.values.find(t.param);
+        const long long v = given != setup_.values.end() ? given->second : q.domain ? q.domain->first() : 0;
+        transposed |= t.trait == "transposed" && std::find(t.values.begin(), t.values.end(), v) != t.values.end();
+    }
+    if (dst && transposed) size = {roi_.height, roi_.width};
     if ((dst && border) || borderInPlace) size = {roi_.width + 5, roi_.height + 4};
     im.width = size.width;
     im.height = size.height;
@@ -203,6 +210,7 @@ void Invocation::fillValue(const Param& p, Arg& a)
         int v = p.domain ? int(d.first()) : 0;
         if (p.name == "topBorderHeight") v = 2;
         if (p.name == "leftBorderWidth") v = 3;
+        if (const auto it = setup_.values.find(p.name); it != setup_.values.end()) v = int(it->second);
         std::memcpy(a.bytes, &v, 4);
     }
 }

@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <optional>
 #include <set>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -62,6 +63,10 @@ struct CallSetup {
     bool bottomUp = false;  // negative steps: the first ROI row is the last in memory
     int lead = -1;          // elements before the ROI (the guard band); -1 for the default
     int padding = -1;       // elements after each row; -1 for a random odd count (0 when tight)
+    // Values of integer parameters instead of their first valid one: they are
+    // set before the images are made, so traits that hold for some values
+    // (a mirror's diagonals transpose) shape the destination.
+    std::map<std::string, long long> values = {};
 };
 
 class Invocation {
