@@ -305,8 +305,8 @@ int runCall(std::span<const std::string> args) {
     for (const apicall::Param& p : f.params) {
         if (p.role == "dst" || p.role == "dstPlanes") {
             Buffer shape = f.has("writesMask") ? Buffer("8u", 1, dstSize.width, dstSize.height) : shapeFor(f, p, dstSize.width, dstSize.height);
-            if (first && first->channels == shape.channels && first->elem == shape.elem && first->bytes.size() == shape.bytes.size()) {
-                shape.bytes = first->bytes;  // what a member leaves (AC4: the alpha) is the source's
+            if (f.layout.back() == "AC4" && first && first->elem == shape.elem && first->bytes.size() == shape.bytes.size()) {
+                shape.bytes = first->bytes;  // the alpha an AC4 member leaves is the source's
             }
             images[p.name].assign(std::size_t(std::max(1, p.count)), shape);
         }

@@ -25,8 +25,9 @@ constexpr const char* kCallUsage =
     "type exactly), channels its layout. Other parameters go by their names:\n"
     "numbers (one, or one per channel for arrays), enumerations by name or value,\n"
     "sizes as WxH (roiSize defaults to the first image's size, or 512x512).\n"
-    "Outputs go to the -o files in parameter order: .png, .pgm or .ppm for 8u and\n"
-    "16u images of 1, 3 or 4 channels, .npy for any; result values are printed.\n";
+    "Outputs, of the region's size (transposed where the function transposes, or\n"
+    "--dstRoiSize), go to the -o files in parameter order: .png, .pgm or .ppm for\n"
+    "8u and 16u images of 1, 3 or 4 channels, .npy for any; results are printed.\n";
 constexpr int kTestImageSize = 512;
 constexpr int kTestImageChannels = 3;
 
